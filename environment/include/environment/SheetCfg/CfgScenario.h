@@ -1,0 +1,46 @@
+#pragma once
+
+#include <environment/Commons/Encoding.h>
+#include <environment/SheetCfg/Sections.h>
+
+#include <memory>
+#include <string>
+
+namespace Orbe {
+class Network; // a road network; never given by the template database
+}
+
+namespace cfg {
+
+namespace ScenarioConvertion {
+class CallBack; // a conversion call-back; never given by the template database
+}
+
+/// A scenario file ("sce"): UTF-8 XML whose elements are sections.
+class CfgScenario {
+public:
+    /// An empty scenario: a root section without parameters values.
+    CfgScenario();
+    /// Releases the section tree.
+    ~CfgScenario();
+    CfgScenario(const CfgScenario&) = delete;
+    CfgScenario& operator=(const CfgScenario&) = delete;
+
+    /// Parses the file into a new section tree. Returns false with errorMessage
+    /// "PATH:LINE:COLUMN: what" on failure; never throws.
+    bool load(const char* path, Commons::Encoding::Mode mode, Orbe::Network* network,
+              ScenarioConvertion::CallBack* callBack, bool convert, bool checkParameters, bool keepScripts);
+    /// Writes the whole tree to a temporary file beside `path`, then renames it
+    /// over `path`. Returns false, leaving any old file intact, on failure.
+    bool save(const char* path, Commons::Encoding::Mode mode, bool backup);
+    /// The root section.
+    Scenario* getRootSection() { return root.get(); }
+
+    /// The text of the last failure.
+    std::string errorMessage;
+
+private:
+    std::unique_ptr<Scenario> root;
+};
+
+} // namespace cfg

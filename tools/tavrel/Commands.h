@@ -1,0 +1,18 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+// Each group of sub-commands registers itself on the application. A command
+// callback sets the exit status through tavrel::exitStatus.
+namespace tavrel {
+
+extern int exitStatus;
+
+/// browse, uri
+void addInstallationCommands(CLI::App& app);
+/// show, fetch, set, get, variadic
+void addScenarioCommands(CLI::App& app);
+/// script parse
+void addScriptCommands(CLI::App& app);
+
+} // namespace tavrel

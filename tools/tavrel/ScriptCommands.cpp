@@ -1,0 +1,3 @@
+#include "Commands.h"
+
+void tavrel::addScriptCommands(CLI::App&) {}
