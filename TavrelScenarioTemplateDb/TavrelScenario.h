@@ -83,7 +83,10 @@ protected:
     static void splitId(const std::string& id, std::queue<std::string>& pieces);
 
 private:
+    /// Loads the file if it isn't loaded yet.
     void ensureLoaded() const;
+    /// The last stage of a load: one variadic parameter per variadic section.
+    void readVariadicSections() const;
 
     std::string path;
     std::string directory;

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <ScenarioTemplateDb/Exception.h>
+
+#include <functional>
+#include <string>
+
+namespace tavrel {
+
+/// The installation file to use: the given one, else $TAVREL_CONFIG, else the
+/// bundled sample installation (beside the executable's source tree).
+std::string resolveInstallation(const std::string& given);
+
+/// Runs `body`; an Exception of either form (by value or by pointer) or a
+/// standard exception prints "error: MESSAGE (code N)" on stderr and makes the
+/// exit status 1.
+void runReporting(const std::function<void()>& body);
+
+} // namespace tavrel
