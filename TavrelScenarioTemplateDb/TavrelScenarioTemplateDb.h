@@ -2,4 +2,6 @@
 
 // Every public class of the Tavrel driver.
 #include <ScenarioTemplateDb/ScenarioTemplateDb.h>
+#include <TavrelScenarioTemplateDb/TavrelRange.h>
 #include <TavrelScenarioTemplateDb/TavrelScenario.h>
+#include <TavrelScenarioTemplateDb/TavrelVariadicParameter.h>
