@@ -439,6 +439,7 @@ bool CfgScenario::load(const char* path, Commons::Encoding::Mode, Orbe::Network*
                        ScenarioConvertion::CallBack*, bool, bool, bool) {
     const std::string shownPath = path ? path : "";
     try {
+        failedLoadPath = normalisedPath(path);
         std::vector<char> original;
         if (!readFile(normalisedPath(path), original)) {
             errorMessage = shownPath + ":1:1: cannot read the file";
@@ -468,6 +469,7 @@ bool CfgScenario::load(const char* path, Commons::Encoding::Mode, Orbe::Network*
             return false;
         }
         root = std::move(loaded);
+        failedLoadPath.clear();
         errorMessage.clear();
         return true;
     } catch (const std::bad_alloc&) {
@@ -486,6 +488,10 @@ bool CfgScenario::save(const char* path, Commons::Encoding::Mode, bool backup) {
     try {
         if (Section* bad = unwritableSection(*root, 0)) {
             errorMessage = shownPath + ": cannot write a section named " + quoted(bad->getName());
+            return false;
+        }
+        if (!failedLoadPath.empty() && target == failedLoadPath) {
+            errorMessage = shownPath + ": not replaced, since it could not be loaded";
             return false;
         }
         struct stat status;
