@@ -35,7 +35,8 @@ struct InstallationOptions {
 void addInstallationOptions(CLI::App& command, InstallationOptions& options) {
     command.add_option("--installation", options.installation,
                        "installation file (default: $TAVREL_CONFIG, else the bundled sample)");
-    command.add_option("--version", options.version, "only this version (\"*\" for all)")->capture_default_str();
+    command.add_option("--version", options.version, "only this version (\"*\" for all)")
+        ->capture_default_str();
     command.add_option("--configuration", options.configuration, "only this configuration (\"*\" for all)")
         ->capture_default_str();
 }
@@ -89,7 +90,8 @@ json walkConfiguration(const DatabaseDirectory& configuration, const Installatio
 }
 
 json walkInstallation(const InstallationOptions& options) {
-    TavrelDatabaseDriver driver(resolveInstallation(options.installation), options.version, options.configuration);
+    TavrelDatabaseDriver driver(resolveInstallation(options.installation), options.version,
+                                options.configuration);
     std::shared_ptr<DatabaseDirectory> root = driver.getRootDirectory();
     json tree{{"installation", root->getName()}, {"uri", driver.getURI()}, {"versions", json::array()}};
     std::vector<std::shared_ptr<DatabaseDirectory>> versions;
@@ -151,9 +153,9 @@ void printTree(const json& tree) {
 
 void addInstallationCommands(CLI::App& app) {
     auto browseOptions = std::make_shared<InstallationOptions>();
-    CLI::App* browse =
-        app.add_subcommand("browse", "print the installation's versions, configurations, scenario directories "
-                                     "and scenarios");
+    CLI::App* browse = app.add_subcommand(
+        "browse", "print the installation's versions, configurations, scenario directories "
+                  "and scenarios");
     addInstallationOptions(*browse, *browseOptions);
     browse->add_flag("--json", browseOptions->json, "print the tree as JSON");
     browse->add_flag("--names", browseOptions->names, "load each scenario and show its name");
