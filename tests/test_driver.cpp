@@ -89,7 +89,7 @@ TEST_F(DriverTest, ScenariosByPathComeFromTheFilteredConfiguration) {
     EXPECT_EQ(scenario->getFilePath(), t.path("projects/two/data/scenario/city/street.sce"));
     EXPECT_EQ(driver.getScenario("city/street.sce")->getPath(), "city/street.sce");
 
-    for (const std::string& path : {"city\\street.sce", "street.sce", "/city/street.sce"}) {
+    for (std::string path : {"city\\street.sce", "street.sce", "/city/street.sce"}) {
         Exception e = thrown([&] { driver.getScenario(path); });
         EXPECT_EQ(e.code, 24);
         EXPECT_EQ(e.message, notFound(path, "Main"));
