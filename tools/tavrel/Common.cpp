@@ -21,9 +21,10 @@ std::string resolveInstallation(const std::string& given) {
     char executable[4096];
     ssize_t length = ::readlink("/proc/self/exe", executable, sizeof(executable) - 1);
     if (length > 0) {
-        std::string folder(executable, static_cast<size_t>(length));
-        folder.erase(folder.find_last_of('/') + 1);
-        const std::string beside = folder + "../share/tavrel/installation/tavrel.cfg";
+        std::string prefix(executable, static_cast<size_t>(length));
+        prefix.erase(prefix.find_last_of('/')); // the bin folder
+        prefix.erase(prefix.find_last_of('/') + 1);
+        const std::string beside = prefix + "share/tavrel/installation/tavrel.cfg";
         if (::access(beside.c_str(), R_OK) == 0)
             return beside;
     }
