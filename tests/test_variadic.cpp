@@ -1,13 +1,18 @@
 // Variadic declarations over hand-built sections: how the type is read, the
 // insertion and removal rules of ranges and literals, and every failure.
 #include <TavrelScenarioTemplateDb/TavrelRange.h>
+#include <TavrelScenarioTemplateDb/TavrelScenario.h>
 #include <TavrelScenarioTemplateDb/TavrelVariadicParameter.h>
 
 #include <ScenarioTemplateDb/Exception.h>
+#include <ScenarioTemplateDb/ScenarioParameter.h>
+#include <environment/SheetCfg/CfgScenario.h>
 #include <environment/SheetCfg/Sections.h>
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -327,4 +332,207 @@ TEST(Range, NullSectionFailsByValue) {
     EXPECT_DOUBLE_EQ(section.minimum, -2.5);
     TavrelRange<int> mismatched(&section);
     EXPECT_EQ(catchValue([&] { mismatched.getMaximum(); }).code, -1);
+}
+
+// ---- Declarations kept by a scenario template ----
+
+namespace {
+
+// A fresh folder holding "v.sce" with one parameter per type and two variadic
+// declarations: an integer one on "lanes" and a literal one on "weather".
+class ScenarioVariadics : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/tavrel-variadic-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        folder = pattern;
+        cfg::CfgScenario file;
+        cfg::Scenario* root = file.getRootSection();
+        root->name = "variadics";
+        root->description = "to be cleared";
+        cfg::Section* road = root->createSubSection("Road");
+        road->addParameter("lanes", cfg::ParameterInt, lmk::U_NONE).getInt() = 2;
+        road->addParameter("speed", cfg::ParameterReal, lmk::U_KM_H).getDouble() = 10;
+        road->addParameter("wet", cfg::ParameterBool, lmk::U_NONE);
+        road->addParameter("weather", cfg::ParameterString, lmk::U_NONE).getString() = "sun";
+
+        cfg::VariadicParameter* lanes = add<cfg::VariadicParameter>(root);
+        lanes->name = "lanes";
+        lanes->parameterId = "/sce/Scenario/Road/lanes";
+        cfg::IntegerParameter* integer = add<cfg::IntegerParameter>(lanes);
+        integer->defaultValue = 2;
+        cfg::IntegerRange* range = add<cfg::IntegerRange>(integer);
+        range->minimum = 1;
+        range->maximum = 4;
+
+        cfg::VariadicParameter* weather = add<cfg::VariadicParameter>(root);
+        weather->name = "weather";
+        weather->parameterId = "/sce/Scenario/Road/weather";
+        cfg::LiteralParameter* literal = add<cfg::LiteralParameter>(weather);
+        literal->defaultValue = "sun";
+        add<cfg::LiteralRange>(literal)->value = "sun";
+        add<cfg::LiteralRange>(literal)->value = "rain";
+        save(file);
+    }
+    void TearDown() override { std::filesystem::remove_all(folder); }
+
+    void save(cfg::CfgScenario& file, const std::string& name = "v.sce") {
+        ASSERT_TRUE(file.save((folder + "/" + name).c_str(), Commons::Encoding::Utf8, false));
+    }
+    std::unique_ptr<TavrelScenario> open(const std::string& name = "v.sce") {
+        return std::make_unique<TavrelScenario>("main", name, folder);
+    }
+    std::vector<TavrelVariadicParameter*> variadics(const TavrelScenario& scenario) {
+        std::vector<TavrelVariadicParameter*> out{nullptr};
+        scenario.getTavrelVariadicParameters(out);
+        return out;
+    }
+
+    std::string folder;
+};
+
+} // namespace
+
+TEST_F(ScenarioVariadics, NothingIsListedBeforeTheCountIsAsked) {
+    auto scenario = open();
+    Exception e = catchValue([&] { scenario->getVariadicParameter(0); });
+    EXPECT_EQ(e.message, "Invalid variadic parameter index");
+    EXPECT_EQ(e.code, 4);
+    std::vector<ScenarioTemplateDb::VariadicParameter*> listed{nullptr};
+    scenario->getVariadicParameters(listed);
+    EXPECT_TRUE(listed.empty());
+
+    ASSERT_EQ(scenario->getVariadicParameterNumber(), 2u);
+    EXPECT_EQ(scenario->getVariadicParameter(1)->getName(), "weather");
+    EXPECT_EQ(catchValue([&] { scenario->getVariadicParameter(2); }).code, 4);
+    scenario->getVariadicParameters(listed);
+    ASSERT_EQ(listed.size(), 2u);
+    EXPECT_EQ(listed[0], variadics(*scenario)[0]);
+
+    TavrelVariadicParameter* lanes = variadics(*scenario)[0];
+    EXPECT_EQ(lanes->getTargetParameter(), scenario->getParameterFromId("/sce/Scenario/Road/lanes"));
+    EXPECT_EQ(minima(*lanes), std::vector<int>{1});
+    EXPECT_EQ(literalsOf(*variadics(*scenario)[1]), (std::vector<std::string>{"sun", "rain"}));
+}
+
+TEST_F(ScenarioVariadics, ATargetWithAMissingStepStopsTheLoadButKeepsWhatWasRead) {
+    cfg::CfgScenario file;
+    ASSERT_TRUE(
+        file.load((folder + "/v.sce").c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true, true));
+    add<cfg::VariadicParameter>(file.getRootSection())->parameterId = "/sce/Scenario/Road/width";
+    add<cfg::VariadicParameter>(file.getRootSection())->parameterId = "/sce/Scenario/Road/lanes";
+    save(file, "broken.sce");
+
+    auto scenario = open("broken.sce");
+    Exception e = catchPointer([&] { scenario->getVariadicParameterNumber(); });
+    EXPECT_EQ(e.message, "No child parameter with id=width in scenario element : Road");
+    EXPECT_EQ(e.code, -1);
+    // The file stays loaded with the declarations read before the failure.
+    EXPECT_EQ(scenario->getVariadicParameterNumber(), 2u);
+    EXPECT_EQ(scenario->getName(), "variadics");
+}
+
+TEST_F(ScenarioVariadics, RemoveAndClear) {
+    auto scenario = open();
+    scenario->removeVariadicParameter(2); // beyond the end: nothing
+    ASSERT_EQ(scenario->getVariadicParameterNumber(), 2u);
+    scenario->removeVariadicParameter(0);
+    ASSERT_EQ(scenario->getVariadicParameterNumber(), 1u);
+    EXPECT_EQ(scenario->getVariadicParameter(0)->getName(), "weather");
+    scenario->save();
+    auto reopened = open();
+    ASSERT_EQ(reopened->getVariadicParameterNumber(), 1u);
+    EXPECT_EQ(reopened->getVariadicParameter(0)->getName(), "weather");
+
+    reopened->clear();
+    EXPECT_EQ(reopened->getVariadicParameterNumber(), 0u);
+    EXPECT_EQ(reopened->getName(), "variadics");
+    EXPECT_EQ(reopened->getDescription(), "");
+    reopened->save();
+    auto cleared = open();
+    EXPECT_EQ(cleared->getVariadicParameterNumber(), 0u);
+    EXPECT_EQ(cleared->getDescription(), "");
+
+    // Not loaded: nothing is read or changed, even for a file that isn't there.
+    auto absent = open("absent.sce");
+    absent->clear();
+    EXPECT_TRUE(variadics(*absent).empty());
+    // Removing needs the count, and so the file.
+    EXPECT_EQ(catchValue([&] { absent->removeVariadicParameter(0); }).code, 24);
+}
+
+TEST_F(ScenarioVariadics, EditedDeclarationsSurviveSaveAndReload) {
+    auto scenario = open();
+    ASSERT_EQ(scenario->getVariadicParameterNumber(), 2u);
+
+    TavrelVariadicParameter* speed = scenario->addNewVariadicParameter();
+    EXPECT_EQ(speed->getType(), ParameterTypeInteger);
+    EXPECT_EQ(speed->getTargetParameter(), nullptr);
+    speed->setName("speed");
+    speed->setDescription("start speed");
+    speed->setParameterId("/sce/Scenario/Road/speed");
+    speed->setParameterUnit("km/h");
+    speed->setType(ParameterTypeReal);
+    speed->setRealDefaultValue(12.5);
+    TavrelRange<double>& slow = speed->insertRealRange(0);
+    slow.setMinimum(5.25);
+    slow.setMaximum(10);
+    TavrelRange<double>& fast = speed->insertRealRange(0);
+    fast.setMinimum(90);
+    fast.setMaximum(80); // kept as written
+    EXPECT_EQ(speed->getTargetParameter(), nullptr);
+
+    TavrelVariadicParameter* wet = scenario->addNewVariadicParameter();
+    wet->setName("wet");
+    wet->setParameterId("/sce/Scenario/Road/wet");
+    wet->setType(ParameterTypeBoolean);
+    wet->setBooleanDefaultValue(true);
+
+    TavrelVariadicParameter* weather = variadics(*scenario)[1];
+    weather->insertLiteral(0) = "fog";
+    TavrelVariadicParameter* lanes = variadics(*scenario)[0];
+    lanes->setIntegerDefaultValue(3);
+    lanes->insertIntegerRange(1).setMaximum(8); // past the end: at the front
+    scenario->save();
+
+    auto reopened = open();
+    ASSERT_EQ(reopened->getVariadicParameterNumber(), 4u);
+    std::vector<TavrelVariadicParameter*> read = variadics(*reopened);
+
+    EXPECT_EQ(read[0]->getIntegerDefaultValue(), 3);
+    IntRanges intRanges;
+    read[0]->getIntegerRanges(intRanges);
+    ASSERT_EQ(intRanges.size(), 2u); // file order: the new section went last
+    EXPECT_EQ(intRanges[1]->getMaximum(), 8);
+    EXPECT_EQ(read[1]->getLiteralDefaultValue(), "sun");
+    EXPECT_EQ(literalsOf(*read[1]), (std::vector<std::string>{"sun", "rain", "fog"}));
+
+    EXPECT_EQ(read[2]->getName(), "speed");
+    EXPECT_EQ(read[2]->getDescription(), "start speed");
+    EXPECT_EQ(read[2]->getParameterUnit(), "km/h");
+    EXPECT_TRUE(read[2]->hasParameterUnit());
+    EXPECT_TRUE(read[2]->isReal());
+    EXPECT_DOUBLE_EQ(read[2]->getRealDefaultValue(), 12.5);
+    EXPECT_EQ(read[2]->getTargetParameter(), reopened->getParameterFromId("/sce/Scenario/Road/speed"));
+    RealRanges realRanges;
+    read[2]->getRealRanges(realRanges);
+    ASSERT_EQ(realRanges.size(), 2u);
+    EXPECT_DOUBLE_EQ(realRanges[0]->getMinimum(), 5.25);
+    EXPECT_DOUBLE_EQ(realRanges[0]->getMaximum(), 10);
+    EXPECT_DOUBLE_EQ(realRanges[1]->getMinimum(), 90);
+    EXPECT_DOUBLE_EQ(realRanges[1]->getMaximum(), 80);
+
+    EXPECT_TRUE(read[3]->isBoolean());
+    EXPECT_TRUE(read[3]->getBooleanDefaultValue());
+    EXPECT_EQ(read[3]->getTargetParameter()->getName(), "wet");
+}
+
+TEST_F(ScenarioVariadics, SetTypeAloneIsNotWhatAReloadFinds) {
+    auto scenario = open();
+    TavrelVariadicParameter* fresh = scenario->addNewVariadicParameter();
+    fresh->setType(ParameterTypeLiteral); // no default set: no typed sub-section
+    scenario->save();
+    auto reopened = open();
+    ASSERT_EQ(reopened->getVariadicParameterNumber(), 3u);
+    EXPECT_EQ(reopened->getVariadicParameter(2)->getType(), ParameterTypeInteger);
 }
