@@ -160,10 +160,9 @@ TEST_F(Variadic, IntegerRangesInsertBeforeThePositionOrAtTheFront) {
     fresh.setIntegerDefaultValue(5);
     EXPECT_EQ(fresh.getIntegerDefaultValue(), 5);
     fresh.insertIntegerRange(0).setMinimum(1); // a
-    TavrelRange<int>& b = fresh.insertIntegerRange(1);
-    b.setMinimum(2);
+    fresh.insertIntegerRange(1).setMinimum(2);
     EXPECT_EQ(minima(fresh), (std::vector<int>{2, 1})); // past the end goes to the front
-    b = fresh.insertIntegerRange(std::numeric_limits<size_t>::max());
+    fresh.insertIntegerRange(std::numeric_limits<size_t>::max());
     EXPECT_EQ(minima(fresh), (std::vector<int>{0, 2, 1}));
 
     fresh.insertIntegerRange(1).setMinimum(7);
