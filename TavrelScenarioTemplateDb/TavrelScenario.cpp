@@ -1,5 +1,6 @@
 #include <TavrelScenarioTemplateDb/TavrelScenario.h>
 
+#include <TavrelScenarioTemplateDb/TavrelConfigurationScenarioDirectory.h>
 #include <TavrelScenarioTemplateDb/TavrelVariadicParameter.h>
 
 #include <ScenarioTemplateDb/Exception.h>
@@ -56,8 +57,7 @@ std::string TavrelScenario::getPath() const {
 }
 
 std::string TavrelScenario::getFilePath() const {
-    // The one join of a scenario directory and a relative path.
-    return directory + "/" + path;
+    return TavrelConfigurationScenarioDirectory::getFilePathFromDataBasePath(path, directory);
 }
 
 void TavrelScenario::setPath(const std::string& newPath) {

@@ -248,6 +248,10 @@ public:
         if (depth > maximumDepth)
             return fail(at(node), "sections are nested too deeply");
         for (const pugi::xml_attribute& attribute : node.attributes()) {
+            for (pugi::xml_attribute before = attribute.previous_attribute(); before;
+                 before = before.previous_attribute())
+                if (std::strcmp(before.name(), attribute.name()) == 0)
+                    return fail(attribute.name(), "duplicate attribute " + quoted(attribute.name()));
             Section::ParameterIterator it = section.findParameter(attribute.name());
             if (it == section.endParameter() || !section.isDeclared(it))
                 return fail(attribute.name(), "attribute " + quoted(attribute.name()) +
@@ -299,6 +303,8 @@ private:
             if (!slot)
                 return fail(key,
                             "attribute " + quoted(key) + " is not declared by " + quoted(parameterElement));
+            if (*slot)
+                return fail(key, "duplicate attribute " + quoted(key));
             *slot = attribute;
         }
         if (!name || !*name.value())

@@ -1,0 +1,339 @@
+#include <environment/SheetCfg/CfgScenario.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The whole tree as text, so that two trees compare in one assertion.
+void dump(cfg::Section& section, std::ostringstream& out, int depth) {
+    out << std::string(depth * 2, ' ') << section.getName() << "\n";
+    for (auto it = section.beginParameter(); it != section.endParameter(); ++it) {
+        out << std::string(depth * 2 + 1, ' ') << it.getCName() << " t" << it.getType() << " u"
+            << it.getUnit() << " [" << it.getVerboseName() << "] ";
+        switch (it.getType()) {
+        case cfg::ParameterBool:
+            out << it.getBool();
+            break;
+        case cfg::ParameterInt:
+            out << it.getInt();
+            break;
+        case cfg::ParameterReal:
+            out << it.getDouble();
+            break;
+        case cfg::ParameterFloat:
+            out << it.getFloat();
+            break;
+        case cfg::ParameterVector:
+            out << it.getVector().x << ',' << it.getVector().y << ',' << it.getVector().z;
+            break;
+        default:
+            out << '"' << it.getString() << "\" {" << it.getOptions() << "}";
+        }
+        out << "\n";
+    }
+    if (auto* script = dynamic_cast<cfg::ScenarioScript*>(&section))
+        out << "text<" << script->text << ">\n";
+    for (size_t i = 0; i < section.getSubSectionCount(); ++i)
+        dump(*section.getSubSection(i), out, depth + 1);
+}
+
+std::string dump(cfg::CfgScenario& scenario) {
+    std::ostringstream out;
+    dump(*scenario.getRootSection(), out, 0);
+    return out.str();
+}
+
+class CfgScenarioTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string pattern = (fs::temp_directory_path() / "cfgscenario-XXXXXX").string();
+        ASSERT_NE(::mkdtemp(&pattern[0]), nullptr);
+        folder = pattern;
+    }
+    void TearDown() override { fs::remove_all(folder); }
+
+    std::string write(const std::string& name, const std::string& bytes) {
+        const std::string path = (folder / name).string();
+        std::ofstream(path, std::ios::binary) << bytes;
+        return path;
+    }
+    static std::string read(const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    }
+    bool load(cfg::CfgScenario& scenario, const std::string& path) {
+        return scenario.load(path.c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true, true);
+    }
+    bool save(cfg::CfgScenario& scenario, const std::string& path) {
+        return scenario.save(path.c_str(), Commons::Encoding::Utf8, false);
+    }
+    // The error of loading `bytes`, without the "PATH:" in front.
+    std::string loadError(const std::string& bytes) {
+        const std::string path = write("bad.sce", bytes);
+        cfg::CfgScenario scenario;
+        if (load(scenario, path))
+            return "loaded";
+        if (scenario.errorMessage.compare(0, path.size() + 1, path + ":") != 0)
+            return "no path in: " + scenario.errorMessage;
+        return scenario.errorMessage.substr(path.size() + 1);
+    }
+    size_t fileCount() const {
+        return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+    }
+
+    fs::path folder;
+};
+
+TEST_F(CfgScenarioTest, ReadsEverySectionClassAndParameterType) {
+    cfg::CfgScenario scenario;
+    ASSERT_TRUE(load(scenario, TAVREL_TEST_DATA "/scenario/complete.sce")) << scenario.errorMessage;
+    cfg::Scenario* root = scenario.getRootSection();
+    EXPECT_EQ(root->name, "Motorway merge");
+    EXPECT_EQ(root->description, "Two cars merge & one brakes");
+
+    auto speed = root->findParameter("initialSpeed");
+    EXPECT_EQ(speed.getType(), cfg::ParameterReal);
+    EXPECT_EQ(speed.getUnit(), lmk::U_KM_H);
+    EXPECT_EQ(speed.getVerboseName(), "Initial speed");
+    EXPECT_EQ(speed.getDouble(), 25.0); // stored as written, in SI
+    EXPECT_EQ(root->findParameter("lanes").getInt(), 3);
+    EXPECT_FALSE(root->findParameter("night").getBool());
+    EXPECT_EQ(root->findParameter("friction").getFloat(), 0.75f);
+    EXPECT_EQ(root->findParameter("start").getVector().y, -2.5);
+    EXPECT_EQ(root->findParameter("weather").getOptions(), "dry|wet|snow");
+    EXPECT_EQ(root->findParameter("road").getString(), "A7 north");
+    // Declared parameters come first, those of the file after them.
+    EXPECT_EQ(root->beginParameter().getCName(), "name");
+
+    std::vector<cfg::Section*> vehicles;
+    root->getSubSections("Vehicle", vehicles);
+    ASSERT_EQ(vehicles.size(), 2u);
+    auto* ego = dynamic_cast<cfg::Vehicle*>(vehicles[0]);
+    ASSERT_NE(ego, nullptr);
+    EXPECT_EQ(ego->id, 1);
+    EXPECT_EQ(ego->driverId, 7);
+    EXPECT_EQ(ego->name, "ego");
+    EXPECT_EQ(ego->findParameter("mass").getDouble(), 1450.0);
+    EXPECT_EQ(dynamic_cast<cfg::Driver*>(root->getSubSection("Driver"))->label, "normal driver");
+    EXPECT_EQ(root->getSubSection("ScenarioTemplate")->findParameter("category").getString(), "merge");
+
+    std::vector<cfg::Section*> scripts;
+    root->getSubSections("ScenarioScript", scripts);
+    ASSERT_EQ(scripts.size(), 2u);
+    EXPECT_EQ(dynamic_cast<cfg::ScenarioScript*>(scripts[0])->text, "SCENARIO\n\tNAME=\"main\"\n");
+    EXPECT_EQ(dynamic_cast<cfg::ScenarioScript*>(scripts[0])->scriptType, "nuro");
+    EXPECT_EQ(dynamic_cast<cfg::ScenarioScript*>(scripts[1])->text, "");
+
+    auto* variadic = dynamic_cast<cfg::VariadicParameter*>(root->getSubSection("VariadicParameter"));
+    ASSERT_NE(variadic, nullptr);
+    EXPECT_EQ(variadic->parameterId, "/sce/Scenario/initialSpeed");
+    auto* real = dynamic_cast<cfg::RealParameter*>(variadic->getSubSection("RealParameter"));
+    ASSERT_NE(real, nullptr);
+    EXPECT_EQ(real->defaultValue, 90.0);
+    EXPECT_EQ(dynamic_cast<cfg::RealRange*>(real->getSubSection(size_t(0)))->maximum, 130.0);
+}
+
+TEST_F(CfgScenarioTest, LoadSaveLoadGivesTheSameTreeAndTheSameBytes) {
+    cfg::CfgScenario first;
+    ASSERT_TRUE(load(first, TAVREL_TEST_DATA "/scenario/complete.sce")) << first.errorMessage;
+    const std::string path = (folder / "copy.sce").string();
+    ASSERT_TRUE(save(first, path)) << first.errorMessage;
+    cfg::CfgScenario second;
+    ASSERT_TRUE(load(second, path)) << second.errorMessage;
+    EXPECT_EQ(dump(second), dump(first));
+    const std::string again = (folder / "again.sce").string();
+    ASSERT_TRUE(save(second, again));
+    EXPECT_EQ(read(again), read(path));
+    EXPECT_EQ(fileCount(), 2u); // no temporary left behind
+}
+
+TEST_F(CfgScenarioTest, ScriptTextAndAwkwardValuesSurviveByteForByte) {
+    const std::string text = "SCENARIO\r\n\tNAME=\"a & b\"\r\n\r\n  <not a tag> ]]> end\n\ttrailing\t \r\n";
+    cfg::CfgScenario scenario;
+    cfg::Scenario* root = scenario.getRootSection();
+    root->name = "tab\there, line\r\nend <&> \"quoted\"";
+    root->description = " ";
+    auto* script = dynamic_cast<cfg::ScenarioScript*>(root->createSubSection("ScenarioScript"));
+    script->text = text;
+    script->addParameter("note", cfg::ParameterString, lmk::U_NONE).getString() = "  padded\r\n ";
+    root->addParameter("blank", cfg::ParameterString, lmk::U_NONE).getString() = " \t ";
+    root->addParameter("tiny", cfg::ParameterReal, lmk::U_M).getDouble() = 0.1 + 0.2;
+    root->addParameter("big", cfg::ParameterInt, lmk::U_NONE).getInt() = -2147483647 - 1;
+    root->addParameter("ratio", cfg::ParameterFloat, lmk::U_PERCENT).getFloat() = 1.0f / 3.0f;
+    root->addParameter("yes", cfg::ParameterBool, lmk::U_NONE).getBool() = true;
+    root->addParameter("where", cfg::ParameterVector, lmk::U_M).getVector() = lmk::Vector3(1e-300, -0.0, 7);
+    root->addParameter("empty", cfg::ParameterChoice, lmk::U_DIMENSIONLESS);
+    const std::string path = (folder / "script.sce").string();
+    ASSERT_TRUE(save(scenario, path)) << scenario.errorMessage;
+
+    cfg::CfgScenario loaded;
+    ASSERT_TRUE(load(loaded, path)) << loaded.errorMessage;
+    EXPECT_EQ(dump(loaded), dump(scenario));
+    auto* back = dynamic_cast<cfg::ScenarioScript*>(loaded.getRootSection()->getSubSection("ScenarioScript"));
+    ASSERT_NE(back, nullptr);
+    EXPECT_EQ(back->text, text);
+    EXPECT_EQ(loaded.getRootSection()->findParameter("tiny").getDouble(), 0.1 + 0.2);
+    EXPECT_EQ(loaded.getRootSection()->findParameter("empty").getUnit(), lmk::U_DIMENSIONLESS);
+}
+
+TEST_F(CfgScenarioTest, ScriptTextInAFileKeepsItsLineEnds) {
+    const std::string path =
+        write("crlf.sce", "<Scenario>\r\n  <ScenarioScript name=\"s\" scriptType=\"nuro\">"
+                          "<![CDATA[A\r\n\tB\r\n]]><![CDATA[C]]></ScenarioScript>\r\n"
+                          "  <Parameter name=\"p\" type=\"int\">\r\n 4 \r\n</Parameter>\r\n"
+                          "</Scenario>\r\n");
+    cfg::CfgScenario scenario;
+    ASSERT_TRUE(load(scenario, path)) << scenario.errorMessage;
+    auto* script = dynamic_cast<cfg::ScenarioScript*>(scenario.getRootSection()->getSubSection(size_t(0)));
+    EXPECT_EQ(script->text, "A\r\n\tB\r\nC");
+    EXPECT_EQ(scenario.getRootSection()->findParameter("p").getInt(), 4);
+}
+
+TEST_F(CfgScenarioTest, EveryLoadErrorNamesPathLineAndColumn) {
+    const struct {
+        const char* bytes;
+        const char* error;
+    } cases[] = {
+        {"", "1:1: No document element found"},
+        {"<Scenario>\n  <Vehicle>\n</Scenario>", "3:3: Start-end tags mismatch"},
+        {"<Scenario name=\"a\" name=\"b\"/>", "1:20: duplicate attribute 'name'"},
+        {"<?xml version=\"1.0\"?>\n<Scene/>", "2:1: the root element is 'Scene', not 'Scenario'"},
+        {"<Scenario>\n  <Vehicle id=\"1\" speed=\"3\"/>\n</Scenario>",
+         "2:19: attribute 'speed' is not declared by 'Vehicle'"},
+        {"<Scenario>\n  <Custom a=\"1\"/>\n</Scenario>", "2:11: attribute 'a' is not declared by 'Custom'"},
+        {"<Scenario>\n  <Vehicle id=\"1x\"/>\n</Scenario>", "2:16: '1x' is not a valid int value for 'id'"},
+        {"<Scenario><Vehicle id=\"99999999999\"/></Scenario>",
+         "1:24: '99999999999' is not a valid int value for 'id'"},
+        {"<Scenario><BooleanParameter default=\"yes\"/></Scenario>",
+         "1:38: 'yes' is not a valid bool value for 'default'"},
+        {"<Scenario><RealRange minimum=\"1,5\"/></Scenario>",
+         "1:31: '1,5' is not a valid real value for 'minimum'"},
+        {"<Scenario>\n<Parameter name=\"v\" type=\"vector\">1 2</Parameter></Scenario>",
+         "2:35: '1 2' is not a valid vector value for 'v'"},
+        {"<Scenario>\n<Parameter name=\"v\" type=\"int\"/></Scenario>",
+         "2:1: '' is not a valid int value for 'v'"},
+        {"<Scenario>\n<Parameter name=\"v\" type=\"double\">1</Parameter></Scenario>",
+         "2:27: unknown parameter type 'double'"},
+        {"<Scenario>\n<Parameter name=\"v\" type=\"real\" unit=\"furlong\">1</Parameter></Scenario>",
+         "2:39: unknown unit 'furlong'"},
+        {"<Scenario>\n<Parameter type=\"real\">1</Parameter></Scenario>", "2:1: Parameter without 'name'"},
+        {"<Scenario>\n<Parameter name=\"x\">1</Parameter></Scenario>", "2:1: Parameter without 'type'"},
+        {"<Scenario>\n<Parameter name=\"x\" type=\"int\" size=\"2\">1</Parameter></Scenario>",
+         "2:32: attribute 'size' is not declared by 'Parameter'"},
+        {"<Scenario>\n<Parameter name=\"x\" type=\"int\" type=\"real\">1</Parameter></Scenario>",
+         "2:32: duplicate attribute 'type'"},
+        {"<Scenario>\n<Parameter name=\"x\" type=\"int\" options=\"a|b\">1</Parameter></Scenario>",
+         "2:32: attribute 'options' is only allowed for a choice"},
+        {"<Scenario>\n<Parameter name=\"name\" type=\"int\">1</Parameter></Scenario>",
+         "2:18: parameter 'name' is defined twice in 'Scenario'"},
+        {"<Scenario>\n<Parameter name=\"x\" type=\"int\"><Vehicle/></Parameter></Scenario>",
+         "2:32: unexpected element 'Vehicle' in 'Parameter'"},
+        {"<Scenario>\n  <Driver>Bob</Driver>\n</Scenario>", "2:11: unexpected text in 'Driver'"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(loadError(c.bytes), c.error) << c.bytes;
+}
+
+TEST_F(CfgScenarioTest, UnreadableFilesAndHostileInputFailCleanly) {
+    cfg::CfgScenario scenario;
+    const std::string missing = (folder / "missing.sce").string();
+    EXPECT_FALSE(load(scenario, missing));
+    EXPECT_EQ(scenario.errorMessage, missing + ":1:1: cannot read the file");
+    EXPECT_FALSE(load(scenario, folder.string()));
+    EXPECT_EQ(scenario.errorMessage, folder.string() + ":1:1: cannot read the file");
+    EXPECT_FALSE(scenario.load(nullptr, Commons::Encoding::Utf8, nullptr, nullptr, false, true, true));
+
+    std::string deep;
+    for (int i = 0; i < 2000; ++i)
+        deep += "<A>";
+    std::string nested = "<Scenario>" + deep;
+    for (int i = 0; i < 2000; ++i)
+        nested += "</A>";
+    EXPECT_EQ(loadError(nested + "</Scenario>"), "1:1547: sections are nested too deeply");
+
+    // Every prefix of a real file fails or loads, without crashing.
+    std::ifstream in(TAVREL_TEST_DATA "/scenario/complete.sce", std::ios::binary);
+    const std::string whole((std::istreambuf_iterator<char>(in)), {});
+    for (size_t size = 0; size < whole.size(); size += 7)
+        loadError(whole.substr(0, size));
+    EXPECT_EQ(loadError("<Scenario name=\"\xff\xfe\x01\"/>"), "loaded");
+}
+
+TEST_F(CfgScenarioTest, AFailedLoadKeepsThePreviousTree) {
+    cfg::CfgScenario scenario;
+    ASSERT_TRUE(load(scenario, TAVREL_TEST_DATA "/scenario/complete.sce"));
+    EXPECT_FALSE(load(scenario, write("bad.sce", "<Scenario>")));
+    EXPECT_EQ(scenario.getRootSection()->name, "Motorway merge");
+}
+
+TEST_F(CfgScenarioTest, AFailedSaveLeavesTheOldFileIntact) {
+    const std::string old = "<Scenario name=\"old\" />\n";
+    const std::string path = write("keep.sce", old);
+    cfg::CfgScenario scenario;
+    scenario.getRootSection()->name = "new";
+
+    EXPECT_FALSE(save(scenario, (folder / "no" / "such" / "folder.sce").string()));
+    EXPECT_FALSE(save(scenario, folder.string()));
+    EXPECT_EQ(scenario.errorMessage, folder.string() + ": not a file");
+    fs::create_directory(folder / "sub.sce");
+    EXPECT_FALSE(save(scenario, (folder / "sub.sce").string()));
+    EXPECT_TRUE(fs::is_directory(folder / "sub.sce"));
+
+    // A tree that can't be written as XML is refused before the file is touched.
+    cfg::Section* bad = scenario.getRootSection()->createSubSection("two words");
+    EXPECT_FALSE(save(scenario, path));
+    EXPECT_EQ(scenario.errorMessage, path + ": cannot write a section named 'two words'");
+    EXPECT_EQ(read(path), old);
+    scenario.getRootSection()->removeSubSection(bad);
+    scenario.getRootSection()->createSubSection("Parameter");
+    EXPECT_FALSE(save(scenario, path));
+    EXPECT_EQ(read(path), old);
+    EXPECT_EQ(fileCount(), 2u); // keep.sce and sub.sce: no temporary left behind
+
+    scenario.getRootSection()->removeSubSections("Parameter");
+    EXPECT_TRUE(save(scenario, path)) << scenario.errorMessage;
+    EXPECT_NE(read(path).find("name=\"new\""), std::string::npos);
+}
+
+TEST_F(CfgScenarioTest, AFileThatFailedToLoadIsNotReplacedByAnEmptyTree) {
+    const std::string broken = "<Scenario name=\"half\">\n  <Vehicle id=\"1\"";
+    const std::string path = write("broken.sce", broken);
+    cfg::CfgScenario scenario;
+    EXPECT_FALSE(load(scenario, path));
+    EXPECT_FALSE(save(scenario, path));
+    EXPECT_EQ(scenario.errorMessage, path + ": not replaced, since it could not be loaded");
+    EXPECT_EQ(read(path), broken);
+    EXPECT_TRUE(save(scenario, (folder / "elsewhere.sce").string()));
+}
+
+TEST_F(CfgScenarioTest, SaveWithBackupKeepsTheOldContent) {
+    const std::string path = write("b.sce", "<Scenario name=\"old\" />\n");
+    cfg::CfgScenario scenario;
+    ASSERT_TRUE(load(scenario, path));
+    scenario.getRootSection()->name = "new";
+    ASSERT_TRUE(scenario.save(path.c_str(), Commons::Encoding::Utf8, true));
+    EXPECT_EQ(read(path + ".bak"), "<Scenario name=\"old\" />\n");
+    cfg::CfgScenario again;
+    ASSERT_TRUE(load(again, path));
+    EXPECT_EQ(again.getRootSection()->name, "new");
+}
+
+TEST_F(CfgScenarioTest, BackslashesSeparateFoldersToo) {
+    fs::create_directory(folder / "sub");
+    write("sub/x.sce", "<Scenario name=\"x\"/>");
+    const std::string windowsStyle = folder.string() + "\\sub\\x.sce";
+    cfg::CfgScenario scenario;
+    ASSERT_TRUE(load(scenario, windowsStyle)) << scenario.errorMessage;
+    EXPECT_EQ(scenario.getRootSection()->name, "x");
+    EXPECT_TRUE(save(scenario, windowsStyle));
+}
+
+} // namespace

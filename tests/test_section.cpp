@@ -1,0 +1,129 @@
+#include <environment/SheetCfg/Sections.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+TEST(Section, TypedClassesBindTheirFieldsToTheirParameters) {
+    cfg::Vehicle vehicle;
+    EXPECT_STREQ(vehicle.getName(), "Vehicle");
+    ASSERT_EQ(vehicle.getParameterCount(), 3u);
+    std::vector<std::string> names;
+    for (auto it = vehicle.beginParameter(); it != vehicle.endParameter(); ++it) {
+        names.push_back(it.getCName());
+        EXPECT_TRUE(vehicle.isDeclared(it));
+        EXPECT_EQ(it.getUnit(), lmk::U_NONE);
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"id", "driverId", "name"}));
+
+    auto id = vehicle.findParameter("id");
+    EXPECT_EQ(id.getType(), cfg::ParameterInt);
+    vehicle.id = 12;
+    EXPECT_EQ(id.getInt(), 12);
+    id.getInt() = 13;
+    EXPECT_EQ(vehicle.id, 13);
+    vehicle.findParameter("name").getString() = "ego";
+    EXPECT_EQ(vehicle.name, "ego");
+
+    // A getter of another type hands out a scratch slot, never the field.
+    id.getDouble() = 99.5;
+    id.getString() = "text";
+    EXPECT_EQ(vehicle.id, 13);
+    EXPECT_EQ(vehicle.findParameter("nothing"), vehicle.endParameter());
+}
+
+TEST(Section, DefaultParametersOfTheTypedParameterClasses) {
+    cfg::BooleanParameter b;
+    cfg::IntegerParameter i;
+    cfg::RealParameter r;
+    cfg::LiteralParameter l;
+    b.findParameter("default").getBool() = true;
+    i.findParameter("default").getInt() = -4;
+    r.findParameter("default").getDouble() = 2.5;
+    l.findParameter("default").getString() = "x";
+    EXPECT_TRUE(b.defaultValue);
+    EXPECT_EQ(i.defaultValue, -4);
+    EXPECT_EQ(r.defaultValue, 2.5);
+    EXPECT_EQ(l.defaultValue, "x");
+    cfg::RealRange range;
+    EXPECT_EQ(range.findParameter("maximum").getType(), cfg::ParameterReal);
+    cfg::LiteralRange literal;
+    EXPECT_EQ(literal.findParameter("value").getType(), cfg::ParameterString);
+}
+
+TEST(Section, AddedParametersKeepTheirOwnStorageAndPositions) {
+    cfg::Driver driver;
+    auto speed = driver.addParameter("speed", cfg::ParameterReal, lmk::U_KM_H, "Speed");
+    auto copy = speed;
+    driver.addParameter("gear", cfg::ParameterInt, lmk::U_NONE);
+    copy.getDouble() = 12.5; // a copy stays on its parameter after the list grew
+    EXPECT_EQ(driver.findParameter("speed").getDouble(), 12.5);
+    EXPECT_EQ(speed.getVerboseName(), "Speed");
+    EXPECT_EQ(speed.getUnit(), lmk::U_KM_H);
+    EXPECT_FALSE(driver.isDeclared(speed));
+    EXPECT_TRUE(driver.isDeclared(driver.beginParameter()));
+    EXPECT_FALSE(driver.isDeclared(driver.endParameter()));
+    cfg::Driver other;
+    EXPECT_FALSE(driver.isDeclared(other.beginParameter()));
+
+    auto choice = driver.addParameter("weather", cfg::ParameterChoice, lmk::U_NONE);
+    choice.getOptions() = "dry|wet";
+    choice.getString() = "wet";
+    auto vector = driver.addParameter("start", cfg::ParameterVector, lmk::U_M);
+    vector.getVector() = lmk::Vector3(1, 2, 3);
+    EXPECT_EQ(driver.findParameter("weather").getString(), "wet");
+    EXPECT_EQ(driver.findParameter("start").getVector().z, 3.0);
+    EXPECT_EQ(driver.getParameterCount(), 7u);
+}
+
+TEST(Section, SubSectionsAreOrderedNamedAndTyped) {
+    cfg::Scenario root;
+    cfg::Section* first = root.createSubSection("Vehicle");
+    cfg::Section* plain = root.createSubSection("Weather");
+    cfg::Section* second = root.createSubSection("Vehicle");
+    EXPECT_NE(dynamic_cast<cfg::Vehicle*>(first), nullptr);
+    EXPECT_EQ(dynamic_cast<cfg::Vehicle*>(plain), nullptr);
+    EXPECT_EQ(plain->getParameterCount(), 0u);
+    EXPECT_EQ(first->getParentSection(), &root);
+    EXPECT_EQ(root.getParentSection(), nullptr);
+
+    EXPECT_EQ(root.getSubSectionCount(), 3u);
+    EXPECT_EQ(root.getSubSection(size_t(1)), plain);
+    EXPECT_EQ(root.getSubSection(size_t(3)), nullptr);
+    EXPECT_EQ(root.getSubSection("Vehicle"), first);
+    EXPECT_EQ(root.getSubSection("Driver"), nullptr);
+    std::vector<cfg::Section*> vehicles{plain};
+    root.getSubSections("Vehicle", vehicles);
+    EXPECT_EQ(vehicles, (std::vector<cfg::Section*>{first, second}));
+
+    EXPECT_EQ(root.getOrCreateSubsection("Weather"), plain);
+    cfg::Section* made = root.getOrCreateSubsection("VariadicParameter");
+    EXPECT_NE(dynamic_cast<cfg::VariadicParameter*>(made), nullptr);
+    EXPECT_EQ(root.getSubSection(size_t(3)), made); // made at the end
+
+    root.removeSubSections("Vehicle");
+    EXPECT_EQ(root.getSubSectionCount(), 2u);
+    root.removeSubSection(plain);
+    cfg::Driver stranger;
+    root.removeSubSection(&stranger); // not a sub-section: nothing happens
+    EXPECT_EQ(root.getSubSectionCount(), 1u);
+    EXPECT_EQ(root.getSubSection(size_t(0)), made);
+}
+
+TEST(Section, CreateKnowsEveryFileClass) {
+    const char* names[] = {"Scenario",          "Vehicle",          "Driver",           "ScenarioScript",
+                           "VariadicParameter", "BooleanParameter", "IntegerParameter", "RealParameter",
+                           "LiteralParameter",  "IntegerRange",     "RealRange",        "LiteralRange"};
+    for (const char* name : names) {
+        auto section = cfg::Section::create(name);
+        EXPECT_STREQ(section->getName(), name);
+        EXPECT_GT(section->getParameterCount(), 0u) << name;
+    }
+    EXPECT_NE(dynamic_cast<cfg::RealRange*>(cfg::Section::create("RealRange").get()), nullptr);
+    EXPECT_EQ(cfg::Section::create("Other")->getParameterCount(), 0u);
+}
+
+} // namespace
