@@ -1,3 +1,13 @@
 #pragma once
 
 // Every class of the scenario item model.
+#include <scenario/Config.h>
+#include <scenario/Enum.h>
+#include <scenario/EnumTab.h>
+#include <scenario/Folders.h>
+#include <scenario/Group.h>
+#include <scenario/ParameterValue.h>
+#include <scenario/Program.h>
+#include <scenario/ScenarioItem.h>
+#include <scenario/Token.h>
+#include <scenario/Variable.h>

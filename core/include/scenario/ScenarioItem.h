@@ -1,0 +1,298 @@
+#pragma once
+
+// The base of the scenario item tree: observers, items, kinds, the factory, the
+// tree searches, the path helpers, and the cursor and entry points of the text
+// format in which items are read and written.
+
+#include <environment/lmkUtils/AssertAbort.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+class Folders;
+class ScenarioItem;
+
+/// The type of an item; the value is what the text format's keyword stands for.
+enum ScenarioItemKind : uint32_t {
+    ITEM_NONE = 0,
+    ITEM_ACTION = 1,
+    ITEM_ELSE_ACTION = 2,
+    ITEM_CATALOG = 3,
+    ITEM_CONDITION = 4,
+    ITEM_CONFIG = 5,
+    ITEM_CRITERIA = 6,
+    ITEM_ENUM = 7,
+    ITEM_ENUMTAB = 8,
+    ITEM_EVALUATION = 9,
+    ITEM_EXERCISE_LOG = 10,
+    ITEM_EXERCISE_NDX = 11,
+    ITEM_FOLDER = 12,
+    ITEM_FUNCTION = 13,
+    ITEM_GENERAL_PARAMETERS = 14,
+    ITEM_GROUP = 15,
+    ITEM_HISTORY = 16,
+    ITEM_INCLUDE = 17,
+    ITEM_MODIFIER = 18,
+    ITEM_PARAMETER = 19,
+    ITEM_PROGRAM = 20,
+    ITEM_RETURN = 21,
+    ITEM_RULE = 22,
+    ITEM_SCENARIO = 23,
+    ITEM_SESSION_LOG = 24,
+    ITEM_TASK = 25,
+    ITEM_TOKEN = 26,
+    ITEM_VARIABLE = 27,
+};
+
+/// The highest kind that has a keyword.
+constexpr uint32_t ITEM_LAST_KIND = ITEM_VARIABLE;
+
+/// True for the kinds that stand for one file: GENERAL_PARAMETERS, INCLUDE, SCENARIO.
+bool IsFileScopeKind(uint32_t kind);
+/// True for ACTION, ELSE_ACTION, CONDITION and FUNCTION.
+bool IsCallableKind(uint32_t kind);
+/// True for the kinds a token accepts among its children.
+bool IsTokenKind(uint32_t kind);
+
+class ScenarioItemObservable;
+
+/// Implemented by the embedding program to hear about items.
+class ScenarioItemObserver {
+public:
+    virtual ~ScenarioItemObserver() = default;
+    /// Called by NotifyObservers with the item and the event number.
+    virtual void OnItemEvent(ScenarioItemObservable* source, uint32_t event) = 0;
+};
+
+/// A list of observers that an item notifies of events.
+class ScenarioItemObservable {
+public:
+    ScenarioItemObservable() = default;
+    virtual ~ScenarioItemObservable() = default;
+    /// Appends the observer; the same observer may be added twice.
+    virtual void AddObserver(ScenarioItemObserver* observer);
+    /// Removes the first entry equal to the observer; nothing if none.
+    virtual void RemoveObserver(ScenarioItemObserver* observer);
+    /// Calls OnItemEvent on each observer in order.
+    virtual void NotifyObservers(uint32_t event);
+    /// Stores an id for the embedding program.
+    virtual void SetObservableId(uint32_t id);
+    /// The stored id, 0xFFFFFFFF until set.
+    virtual uint32_t GetObservableId();
+
+    std::vector<ScenarioItemObserver*> observers;
+    uint32_t observableId = 0xFFFFFFFFu;
+};
+
+/// The reader's cursor over a NUL-terminated text it doesn't own.
+struct ScenarioTextStream {
+    /// A stream over `length` bytes at `buffer` (the NUL may be counted); the cursor
+    /// is put on the first byte that is no separator. A null buffer ends the process.
+    ScenarioTextStream(const char* buffer, size_t length);
+
+    /// The byte at the cursor, or NUL at and beyond the end.
+    char Peek() const { return cursor < end ? *cursor : '\0'; }
+
+    const char* begin;
+    const char* end;
+    const char* cursor;
+    uint32_t line = 1;
+};
+
+/// Construction data handed by the loaders to the items that need it.
+struct ItemLoadContext {
+    void* first = nullptr;
+    void* second = nullptr;
+};
+
+/// A node of the item tree. Concrete classes own and store their children.
+class ScenarioItem : public ScenarioItemObservable {
+public:
+    explicit ScenarioItem(ScenarioItem* parent = nullptr);
+    ~ScenarioItem() override;
+
+    ScenarioItem(const ScenarioItem&) = delete;
+    ScenarioItem& operator=(const ScenarioItem&) = delete;
+
+    /// Appends the direct children (all for filter 0, else those of that kind).
+    virtual void GetChildren(std::vector<ScenarioItem*>& out, uint32_t kindFilter = 0) const;
+    /// Forgets the children without destroying them.
+    virtual void DetachChildren() = 0;
+    /// Adds the child before `reference`, or after it when `after`; appends or
+    /// prepends when the reference isn't found. The child's parent becomes this item.
+    virtual void AddChild(ScenarioItem* child, ScenarioItem* reference, bool after) = 0;
+    /// Takes the child out and destroys it when this item is its parent.
+    virtual void RemoveChild(ScenarioItem* child) = 0;
+    /// Puts `newChild` wherever `oldChild` stands; `newChild`'s parent becomes this item.
+    virtual void ReplaceChild(ScenarioItem* newChild, ScenarioItem* oldChild) = 0;
+    /// Removes every child through RemoveChild.
+    virtual void RemoveAllChildren();
+    /// Exchanges the positions of two children when both are found.
+    virtual void SwapChildren(ScenarioItem* a, ScenarioItem* b) = 0;
+    /// Assigns the name.
+    virtual void SetName(const std::string& newName);
+    /// Takes the attribute line at the cursor; false if this item doesn't know it.
+    virtual bool LoadAttribute(ScenarioTextStream& stream);
+    /// Writes every child.
+    virtual void SaveChildren(std::ostream& out);
+    /// Writes the flag attributes set to "1".
+    virtual void SaveAttributes(std::ostream& out);
+    /// Whether a child of this kind may be read into this item; true here.
+    virtual bool AcceptsChildKind(uint32_t childKind);
+    /// Called once the item is in the tree, before its attributes; false refuses it.
+    virtual bool OnLoadBegin();
+    /// Called at the closing brace; false refuses the item.
+    virtual bool OnLoadEnd();
+    /// Makes the label of a VARIABLE distinct by leading underscores; true if unchanged.
+    virtual bool MakeUniqueLabel();
+    /// A copy of the item and its subtree, or null when the kind has no class.
+    virtual ScenarioItem* Clone();
+    /// Writes the item as a block at depth scenarioDepth; true.
+    virtual bool Save(std::ostream& out);
+    /// Refreshes the display texts of the subtree, children first.
+    virtual void UpdateDisplayTextTree();
+    /// Refreshes displayText from the label.
+    virtual void UpdateDisplayText();
+    /// The first item of that kind and name in the subtree, within the file scope
+    /// named `scope` when it isn't empty; null if none.
+    virtual ScenarioItem* FindItem(uint32_t kind, const std::string& name, const std::string& scope);
+    virtual const ScenarioItem* FindItem(uint32_t kind, const std::string& name,
+                                         const std::string& scope) const;
+    /// This item or an item in the subtree of one of its siblings; null if none.
+    virtual ScenarioItem* FindItemUpward(uint32_t kind, const std::string& name);
+    virtual const ScenarioItem* FindItemUpward(uint32_t kind, const std::string& name) const;
+    /// Appends every item of that kind and name in the subtree.
+    virtual void CollectItems(uint32_t kind, const std::string& name, std::vector<ScenarioItem*>& out,
+                              bool includeSelf, bool crossIncludes);
+    virtual void CollectItems(uint32_t kind, const std::string& name, std::vector<const ScenarioItem*>& out,
+                              bool includeSelf, bool crossIncludes) const;
+    /// Appends every item of that kind in the subtree, siblings sorted by label.
+    virtual void CollectItemsOfKind(std::vector<ScenarioItem*>& out, uint32_t kind, bool includeSelf,
+                                    bool crossIncludes);
+    virtual void CollectItemsOfKind(std::vector<const ScenarioItem*>& out, uint32_t kind, bool includeSelf,
+                                    bool crossIncludes) const;
+    /// This item or the first of that kind in a depth-first walk; null if none.
+    virtual ScenarioItem* FindFirstOfKind(uint32_t kind);
+    /// This item or the first with exactly that label in a depth-first walk; null if none.
+    virtual ScenarioItem* FindByLabel(const std::string& wanted);
+    /// Whether the item is this one or lies in its subtree.
+    virtual bool ContainsItem(const ScenarioItem* item) const;
+    /// The first child, or null.
+    virtual ScenarioItem* GetFirstChild() const;
+    /// Whether the item is valid; always true here.
+    virtual bool IsValid() const;
+    /// Puts the children of that kind visible from here in front of `out`, the
+    /// outermost level first.
+    virtual void CollectVisibleItems(uint32_t kind, std::vector<ScenarioItem*>& out, const std::string& name,
+                                     const std::string& scope);
+
+    /// Whether isSelected is "1".
+    bool IsSelected() const { return isSelected == "1"; }
+    /// Whether isExpanded is "1".
+    bool IsExpanded() const { return isExpanded == "1"; }
+    /// Whether isaIndex is "1".
+    bool IsIndexEntry() const { return isaIndex == "1"; }
+
+    uint32_t GetKind() const { return kind; }
+    const std::string& GetName() const { return name; }
+    const std::string& GetLabel() const { return label; }
+    ScenarioItem* GetParent() const { return parent; }
+    const std::string& GetDisplayText() const { return displayText; }
+
+    uint32_t kind = ITEM_NONE;
+    std::string name;
+    std::string label;
+    std::string isaIndex;
+    std::string fileName;
+    std::string isSelected;
+    std::string isExpanded;
+    std::string resolvedPath;
+    ScenarioItem* parent;
+    std::string displayText;
+    // Words kept for the embedding program; only hostWord is carried by Clone.
+    uint64_t reservedWord = 0;
+    uint64_t hostWord = 0;
+    uint64_t spareWord = 0;
+};
+
+/// The children store shared by the plain containers: a vector in text order.
+/// AddChild with a null child ends the process.
+namespace ScenarioItemStore {
+/// Appends all children, or those of the kind when the filter isn't 0.
+void GetChildren(const std::vector<ScenarioItem*>& children, std::vector<ScenarioItem*>& out,
+                 uint32_t kindFilter);
+/// Inserts the child by the rule of ScenarioItem::AddChild and sets its parent to `owner`.
+void AddChild(std::vector<ScenarioItem*>& children, ScenarioItem* owner, ScenarioItem* child,
+              ScenarioItem* reference, bool after);
+/// Takes out the first occurrence; destroys it when `owner` is its parent.
+void RemoveChild(std::vector<ScenarioItem*>& children, ScenarioItem* owner, ScenarioItem* child);
+/// Puts newChild in every position of oldChild and sets its parent to `owner`.
+void ReplaceChild(std::vector<ScenarioItem*>& children, ScenarioItem* owner, ScenarioItem* newChild,
+                  ScenarioItem* oldChild);
+/// Exchanges two positions when both are found.
+void SwapChildren(std::vector<ScenarioItem*>& children, ScenarioItem* a, ScenarioItem* b);
+} // namespace ScenarioItemStore
+
+/// The keyword of a kind; the empty text outside 1 to 27.
+const char* KindKeyword(uint32_t kind);
+/// The kind of a keyword (exact match); 0 for an empty or unknown one.
+uint32_t KindFromKeyword(const char* text);
+/// A new item of that kind and name; a kind without a class ends the process.
+ScenarioItem* CreateItem(uint32_t kind, const std::string& name, ItemLoadContext* context);
+
+/// The nearest SCENARIO, GENERAL_PARAMETERS or INCLUDE from the item upward; null if none.
+ScenarioItem* FindFileScope(ScenarioItem* item);
+/// The topmost item above the item (the item itself at a root).
+ScenarioItem* GetTreeRoot(ScenarioItem* item);
+/// scenarioRootModel when it is set; else the root of the item's tree.
+ScenarioItem* GetModelRoot(ScenarioItem* item);
+/// The nearest scenario, criteria or include from the item upward; null if none.
+ScenarioItem* FindOwningUnit(ScenarioItem* item);
+
+/// Turns "/" into "\" (but for a leading one) and folds repeated "\" (but for a
+/// leading pair).
+void NormalizePath(std::string& path);
+/// What follows the last "\" or "/"; valid until the next call; "" for null.
+const char* FileNameOf(const char* path);
+/// Resolves `file` (or `directory` alone when `file` is null) through the
+/// installation's data path into `directory`, normalised.
+void ResolveDataPath(const char* file, std::string& directory);
+/// The path with its last two characters replaced by "par"; "" stays "".
+std::string ParameterFileOf(const std::string& path);
+
+/// The top item of the root model, set by whoever loads it; never freed.
+extern Folders* scenarioRootModel;
+/// Where the loaders and the items write their messages.
+extern std::ostream* scenarioLog;
+/// The writer's indentation and the skipping reader's brace balance.
+extern int32_t scenarioDepth;
+
+/// Reads one item from a file. Returns the top item, or null after a message on `log`.
+ScenarioItem* LoadScenarioFile(const char* path, std::ostream* log, bool headerOnly);
+/// Reads one item from text in memory under `parent`. Returns it, or null.
+ScenarioItem* LoadScenarioText(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoadContext* context,
+                               std::ostream* log, bool headerOnly);
+/// The recursive reader. Returns the item, or null when its text is refused.
+ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoadContext* context,
+                       bool headerOnly);
+/// Reads "TYPEOF KEYWORD (name)" at the cursor without moving it; false if malformed.
+bool ReadHeader(ScenarioTextStream& stream, uint32_t& kind, std::string& name);
+/// Matches `key="value"` at the cursor, key by prefix, without moving it; false if
+/// the key differs or the value has no closing quote.
+bool ReadStringAttribute(ScenarioTextStream& stream, const char* key, std::string& value);
+/// Moves the cursor to the start of the next line.
+void NextLine(ScenarioTextStream& stream);
+/// Skips lines until scenarioDepth comes back to 0; false if the text ends first.
+bool SkipBlock(ScenarioTextStream& stream);
+/// Writes the empty line and the header at depth scenarioDepth.
+void WriteHeader(std::ostream& out, uint32_t kind, const std::string& name);
+/// Writes one attribute line at depth scenarioDepth; nothing for a null value.
+void WriteAttribute(std::ostream& out, const char* key, const char* value);
+/// Appends the blank-separated words of `value`.
+void SplitWords(const std::string& value, std::vector<std::string>& words);
+/// Joins the words with single blanks into `buffer` of `size` bytes (cut short if
+/// needed, always NUL-terminated).
+void JoinWords(const std::vector<std::string>& words, char* buffer, size_t size = 1024);

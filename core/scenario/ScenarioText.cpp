@@ -1,0 +1,331 @@
+// The reader and the writer of the scenario text format.
+
+#include <scenario/ScenarioItem.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <ostream>
+#include <sstream>
+#include <sys/stat.h>
+
+namespace {
+
+const char* const kSource = "ScenarioItem";
+
+// Deeper nesting than this is refused, so that no input can exhaust the stack of
+// the recursive reader or of the destructors; real files nest a dozen levels.
+const int kMaxNesting = 1024;
+int readNesting = 0;
+
+// The longest keyword and name that a header may carry, their NUL excluded.
+const size_t kMaxKeyword = 255;
+const size_t kMaxName = 511;
+
+// Tab, line feed, form feed and carriage return end a line; the blank is part of
+// a token.
+inline bool IsSeparator(char c) {
+    return c == '\t' || c == '\n' || c == '\f' || c == '\r';
+}
+
+// The text ends at its NUL or at the end that the stream was given, whichever
+// comes first.
+inline bool AtTextEnd(const ScenarioTextStream& stream, const char* p) {
+    return p >= stream.end || *p == '\0';
+}
+
+void LogMessage(char severity, const std::string& text) {
+    if (scenarioLog == nullptr)
+        return;
+    scenarioLog->put(severity);
+    *scenarioLog << text << std::endl;
+}
+
+void WriteTabs(std::ostream& out) {
+    for (int32_t i = 0; i < scenarioDepth; ++i)
+        out.put('\t');
+}
+
+struct NestingGuard {
+    NestingGuard() { ++readNesting; }
+    ~NestingGuard() { --readNesting; }
+};
+
+} // namespace
+
+ScenarioTextStream::ScenarioTextStream(const char* buffer, size_t length)
+    : begin(buffer), end(buffer + length), cursor(buffer) {
+    if (buffer == nullptr)
+        AssertAbort("core/include/scenario/ScenarioItem", 394);
+    while (cursor < end && IsSeparator(*cursor)) {
+        if (*cursor == '\n')
+            ++line;
+        ++cursor;
+    }
+}
+
+void NextLine(ScenarioTextStream& stream) {
+    if (stream.Peek() != '\t')
+        while (stream.cursor < stream.end && !IsSeparator(*stream.cursor))
+            ++stream.cursor;
+    while (stream.cursor < stream.end && IsSeparator(*stream.cursor)) {
+        if (*stream.cursor == '\n')
+            ++stream.line;
+        ++stream.cursor;
+    }
+}
+
+bool SkipBlock(ScenarioTextStream& stream) {
+    // The nested blocks of the original recursion are counted in scenarioDepth, so
+    // one loop does; the end of the text stops it instead of running on.
+    while (scenarioDepth > 0) {
+        NextLine(stream);
+        if (stream.cursor >= stream.end)
+            return false;
+        const char c = *stream.cursor;
+        if (c == '{')
+            ++scenarioDepth;
+        else if (c == '}')
+            --scenarioDepth;
+    }
+    return true;
+}
+
+bool ReadHeader(ScenarioTextStream& stream, uint32_t& kind, std::string& name) {
+    static const char kTypeof[] = "TYPEOF ";
+    const char* p = stream.cursor;
+    for (size_t i = 0; i < sizeof(kTypeof) - 1; ++i, ++p)
+        if (AtTextEnd(stream, p) || *p != kTypeof[i])
+            return false;
+
+    // The keyword's first character is taken as it is; the keyword ends at a blank
+    // (a name follows) or at a carriage return (none does).
+    const char* keyword = p;
+    if (AtTextEnd(stream, keyword))
+        return false;
+    const char* q = keyword + 1;
+    while (!AtTextEnd(stream, q) && *q != ' ' && *q != '\r')
+        ++q;
+    if (AtTextEnd(stream, q))
+        return false;
+    const size_t keywordLength = static_cast<size_t>(q - keyword);
+    if (keywordLength > kMaxKeyword)
+        AssertAbort(kSource, 0);
+    char keywordText[kMaxKeyword + 1];
+    std::memcpy(keywordText, keyword, keywordLength);
+    keywordText[keywordLength] = '\0';
+    kind = KindFromKeyword(keywordText);
+
+    if (*q == '\r') {
+        name.clear();
+        return true;
+    }
+    // Behind the blank stands "(", taken unseen; the name's first character is
+    // taken as it is, and the name runs to the next ")".
+    const char* open = q + 1;
+    if (AtTextEnd(stream, open))
+        return false;
+    const char* start = open + 1;
+    if (AtTextEnd(stream, start))
+        return false;
+    const char* close = start + 1;
+    while (!AtTextEnd(stream, close) && *close != ')')
+        ++close;
+    if (AtTextEnd(stream, close))
+        return false;
+    const size_t nameLength = static_cast<size_t>(close - start);
+    if (nameLength > kMaxName)
+        return false;
+    name.assign(start, nameLength);
+    return true;
+}
+
+bool ReadStringAttribute(ScenarioTextStream& stream, const char* key, std::string& value) {
+    const char* p = stream.cursor;
+    for (; *key != '\0'; ++key, ++p)
+        if (AtTextEnd(stream, p) || *p != *key)
+            return false;
+    // Two characters stand between key and value; the writer puts `="` there.
+    for (int i = 0; i < 2; ++i, ++p)
+        if (AtTextEnd(stream, p))
+            return false;
+    const char* close = p;
+    while (!AtTextEnd(stream, close) && *close != '"')
+        ++close;
+    if (AtTextEnd(stream, close))
+        return false;
+    value.assign(p, static_cast<size_t>(close - p));
+    return true;
+}
+
+ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoadContext* context,
+                       bool headerOnly) {
+    uint32_t kind = ITEM_NONE;
+    std::string name;
+    if (!ReadHeader(stream, kind, name))
+        return nullptr;
+    if (kind == ITEM_NONE || kind == ITEM_MODIFIER || kind > ITEM_LAST_KIND)
+        return nullptr;
+    if (readNesting >= kMaxNesting)
+        return nullptr;
+    NestingGuard nesting;
+
+    NextLine(stream);
+    ScenarioItem* item = CreateItem(kind, name, context);
+    if (item == nullptr)
+        AssertAbort(kSource, 565);
+    // The item joins the tree before it has content, so that the searches made
+    // while it loads can see it.
+    if (parent != nullptr)
+        parent->AddChild(item, nullptr, true);
+
+    auto fail = [&]() -> ScenarioItem* {
+        if (parent != nullptr) {
+            std::vector<ScenarioItem*> held;
+            parent->GetChildren(held);
+            if (std::find(held.begin(), held.end(), item) != held.end()) {
+                parent->RemoveChild(item);
+                return nullptr;
+            }
+        }
+        delete item;
+        return nullptr;
+    };
+
+    try {
+        if (stream.Peek() != '{')
+            return fail();
+        NextLine(stream);
+        if (!item->OnLoadBegin())
+            return fail();
+        for (;;) {
+            if (stream.begin == stream.end)
+                return fail();
+            if (stream.Peek() == '}') {
+                if (!item->OnLoadEnd())
+                    return fail();
+                NextLine(stream);
+                return item;
+            }
+            if (item->LoadAttribute(stream)) {
+                NextLine(stream);
+                continue;
+            }
+            if (headerOnly) {
+                // Only the attributes were wanted: pass over the rest of the block.
+                scenarioDepth = 1;
+                if (SkipBlock(stream) && scenarioDepth == 0)
+                    return item;
+                scenarioDepth = 0;
+                return fail();
+            }
+            if (ReadItem(stream, item, context, false) == nullptr)
+                return fail();
+        }
+    } catch (...) {
+        // A value that doesn't convert goes up to the caller; an item that no
+        // parent holds would be lost on the way.
+        if (parent == nullptr)
+            delete item;
+        throw;
+    }
+}
+
+ScenarioItem* LoadScenarioText(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoadContext* context,
+                               std::ostream* log, bool headerOnly) {
+    scenarioLog = log;
+    return ReadItem(stream, parent, context, headerOnly);
+}
+
+ScenarioItem* LoadScenarioFile(const char* path, std::ostream* log, bool headerOnly) {
+    if (path == nullptr)
+        AssertAbort(kSource, 466);
+    scenarioLog = log;
+
+    // Item paths are written with backslashes; here they name the same file.
+    std::string native(path);
+    for (char& c : native)
+        if (c == '\\')
+            c = '/';
+    struct stat info {};
+    FILE* file = nullptr;
+    if (stat(native.c_str(), &info) == 0 && S_ISREG(info.st_mode))
+        file = std::fopen(native.c_str(), "rb");
+    if (file == nullptr) {
+        LogMessage('\x01', std::string("Unable to open file ") + path);
+        return nullptr;
+    }
+    std::fseek(file, 0, SEEK_END);
+    const long size = std::ftell(file);
+    if (size <= 0) {
+        std::fclose(file);
+        LogMessage('\x03', std::string("File ") + path + " is empty.");
+        return nullptr;
+    }
+    std::fseek(file, 0, SEEK_SET);
+    std::unique_ptr<char, void (*)(void*)> buffer(
+        static_cast<char*>(std::malloc(static_cast<size_t>(size) + 1)), std::free);
+    if (!buffer)
+        AssertAbort(kSource, 487);
+    if (std::fread(buffer.get(), 1, static_cast<size_t>(size), file) != static_cast<size_t>(size))
+        AssertAbort(kSource, 488);
+    buffer.get()[size] = '\0';
+    std::fclose(file);
+
+    ScenarioTextStream stream(buffer.get(), static_cast<size_t>(size) + 1);
+    ItemLoadContext context;
+    ScenarioItem* item = ReadItem(stream, nullptr, &context, headerOnly);
+    if (item != nullptr)
+        return item;
+
+    // The failing line, up to an apostrophe or a separator, at most 255 bytes.
+    std::string rest;
+    for (const char* p = stream.cursor; !AtTextEnd(stream, p) && rest.size() < 255; ++p) {
+        if (*p == '\'' || *p == '\t' || *p == '\n' || *p == '\r' || *p == '\f')
+            break;
+        rest.push_back(*p);
+    }
+    LogMessage('\x04', std::string(path) + " - row " + std::to_string(stream.line) + ":\n" + rest);
+    return nullptr;
+}
+
+void WriteHeader(std::ostream& out, uint32_t kind, const std::string& name) {
+    out.put('\n');
+    WriteTabs(out);
+    out << "TYPEOF " << KindKeyword(kind);
+    if (!name.empty())
+        out << " (" << name << ')';
+    out.put('\n');
+}
+
+void WriteAttribute(std::ostream& out, const char* key, const char* value) {
+    if (value == nullptr)
+        return;
+    WriteTabs(out);
+    out << key << "=\"" << value << "\"\n";
+}
+
+void SplitWords(const std::string& value, std::vector<std::string>& words) {
+    std::istringstream in(value);
+    std::string word;
+    while (in >> word)
+        words.push_back(word);
+}
+
+void JoinWords(const std::vector<std::string>& words, char* buffer, size_t size) {
+    if (buffer == nullptr || size == 0)
+        return;
+    size_t used = 0;
+    for (size_t i = 0; i < words.size(); ++i) {
+        if (i > 0 && used + 1 < size)
+            buffer[used++] = ' ';
+        const std::string& word = words[i];
+        const size_t room = size - 1 - used;
+        const size_t n = word.size() < room ? word.size() : room;
+        std::memcpy(buffer + used, word.data(), n);
+        used += n;
+    }
+    buffer[used] = '\0';
+}

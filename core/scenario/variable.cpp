@@ -1,0 +1,165 @@
+#include <scenario/Variable.h>
+
+#include <boost/lexical_cast.hpp>
+
+#include <cstdio>
+#include <cstdlib>
+#include <ostream>
+
+namespace {
+
+const char* const kSource = "variable";
+
+bool IsTypeWord(const std::string& text) {
+    return text == "BOOL" || text == "FLOAT" || text == "INTEGER" || text == "STRING" || text == "VOID";
+}
+
+// Seventeen significant digits bring every double back exactly.
+std::string DoubleText(double number) {
+    char text[64];
+    std::snprintf(text, sizeof(text), "%.*g", 17, number);
+    return text;
+}
+
+} // namespace
+
+int TypeTagOf(const std::string& type) {
+    if (type == "INTEGER")
+        return 0;
+    if (type == "FLOAT")
+        return 1;
+    if (type == "BOOL")
+        return 2;
+    if (type == "STRING")
+        return 3;
+    return 4;
+}
+
+std::string TypeNameOf(int tag) {
+    switch (tag) {
+    case 0:
+        return "INTEGER";
+    case 1:
+        return "FLOAT";
+    case 2:
+        return "BOOL";
+    case 3:
+        return "STRING";
+    case 4:
+        return "VOID";
+    default:
+        return "";
+    }
+}
+
+Variable::Variable() {
+    ResetMarks(this);
+}
+
+Variable::~Variable() = default;
+
+void Variable::DetachChildren() {}
+
+void Variable::AddChild(ScenarioItem* child, ScenarioItem*, bool) {
+    // Nothing is stored; the child only learns where it stands, so that its
+    // OnLoadBegin asks this variable and is refused.
+    if (child != nullptr)
+        child->parent = this;
+}
+
+void Variable::RemoveChild(ScenarioItem*) {}
+
+void Variable::ReplaceChild(ScenarioItem*, ScenarioItem*) {}
+
+void Variable::SwapChildren(ScenarioItem*, ScenarioItem*) {}
+
+bool Variable::LoadAttribute(ScenarioTextStream& stream) {
+    if (Token::LoadAttribute(stream))
+        return true;
+    if (type.empty() && ReadStringAttribute(stream, "TYPE", type))
+        return IsTypeWord(type);
+    if (value.empty() && ReadStringAttribute(stream, "VALUE", value)) {
+        initialValue = value;
+        return true;
+    }
+    std::string text;
+    if (ReadStringAttribute(stream, "INTERACTIVE_TYPE", interactiveType))
+        return true;
+    if (ReadStringAttribute(stream, "IS_INITIALIZATION_NEEDED_AT_START", text)) {
+        isInitializationNeededAtStart = boost::lexical_cast<bool>(text);
+        return true;
+    }
+    if (ReadStringAttribute(stream, "INTERACTIVE_MIN_VALUE", text)) {
+        interactiveMinValue = boost::lexical_cast<double>(text);
+        return true;
+    }
+    if (ReadStringAttribute(stream, "INTERACTIVE_MAX_VALUE", text)) {
+        interactiveMaxValue = boost::lexical_cast<double>(text);
+        return true;
+    }
+    if (ReadStringAttribute(stream, "INTERACTIVE_STEP_VALUE", text)) {
+        interactiveStepValue = boost::lexical_cast<double>(text);
+        return true;
+    }
+    if (ReadStringAttribute(stream, "CATEGORY", category))
+        return true;
+    return false;
+}
+
+void Variable::SaveAttributes(std::ostream& out) {
+    Token::SaveAttributes(out);
+    WriteAttribute(out, "TYPE", type.c_str());
+    WriteAttribute(out, "VALUE", value.c_str());
+    WriteAttribute(out, "INTERACTIVE_TYPE", interactiveType.c_str());
+    WriteAttribute(out, "IS_INITIALIZATION_NEEDED_AT_START",
+                   boost::lexical_cast<std::string>(isInitializationNeededAtStart).c_str());
+    WriteAttribute(out, "INTERACTIVE_MIN_VALUE", DoubleText(interactiveMinValue).c_str());
+    WriteAttribute(out, "INTERACTIVE_MAX_VALUE", DoubleText(interactiveMaxValue).c_str());
+    WriteAttribute(out, "INTERACTIVE_STEP_VALUE", DoubleText(interactiveStepValue).c_str());
+    WriteAttribute(out, "CATEGORY", category.c_str());
+}
+
+bool Variable::AcceptsChildKind(uint32_t) {
+    return false;
+}
+
+ScenarioItem* Variable::Clone() {
+    ScenarioItem* copy = Token::Clone();
+    if (copy == nullptr)
+        AssertAbort(kSource, 101);
+    if (Variable* variable = dynamic_cast<Variable*>(copy)) {
+        variable->label = label;
+        variable->type = type;
+        variable->value = value;
+        variable->initialValue = initialValue;
+        variable->interactiveType = interactiveType;
+        variable->isInitializationNeededAtStart = isInitializationNeededAtStart;
+        variable->interactiveMinValue = interactiveMinValue;
+        variable->interactiveMaxValue = interactiveMaxValue;
+        variable->interactiveStepValue = interactiveStepValue;
+        variable->spare = spare;
+        variable->category = category;
+    }
+    return copy;
+}
+
+void Variable::UpdateDisplayText() {
+    displayText = label + "=" + value;
+}
+
+void Variable::FillValue(ParameterValue& out) const {
+    // The tag says what the caller expects; any value reads as a string.
+    const int tag = out.tag;
+    if (tag != 3 && tag != TypeTagOf(type)) {
+        if (scenarioLog != nullptr) {
+            scenarioLog->put('\x03');
+            *scenarioLog << "Var " << name << ": types " << TypeNameOf(tag) << " and " << type
+                         << " are different" << std::endl;
+        }
+        return;
+    }
+    if (tag == 0 || tag == 1 || tag == 2)
+        out.number = static_cast<float>(std::atof(value.c_str()));
+    else if (tag == 3)
+        out.text = value;
+}
