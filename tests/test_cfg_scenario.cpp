@@ -314,6 +314,18 @@ TEST_F(CfgScenarioTest, AFileThatFailedToLoadIsNotReplacedByAnEmptyTree) {
     EXPECT_TRUE(save(scenario, (folder / "elsewhere.sce").string()));
 }
 
+TEST_F(CfgScenarioTest, SaveThroughALinkReplacesTheLinkedFile) {
+    const std::string path = write("real.sce", "<Scenario name=\"old\" />\n");
+    fs::create_symlink("real.sce", folder / "link.sce");
+    cfg::CfgScenario scenario;
+    scenario.getRootSection()->name = "new";
+    ASSERT_TRUE(save(scenario, (folder / "link.sce").string())) << scenario.errorMessage;
+    EXPECT_TRUE(fs::is_symlink(folder / "link.sce"));
+    EXPECT_NE(read(path).find("name=\"new\""), std::string::npos);
+    fs::create_symlink("nowhere.sce", folder / "dangling.sce");
+    EXPECT_FALSE(save(scenario, (folder / "dangling.sce").string()));
+}
+
 TEST_F(CfgScenarioTest, SaveWithBackupKeepsTheOldContent) {
     const std::string path = write("b.sce", "<Scenario name=\"old\" />\n");
     cfg::CfgScenario scenario;
