@@ -256,3 +256,15 @@ TEST(NodeConstruction, DeepTreesAreBuiltRecursively) {
     EXPECT_EQ(vehicleNode->getChild("Position")->getParameter("x")->getParameterId(),
               "/sce/Scenario/Vehicle[id/@ScenarioTreeValue=12]/Position/x");
 }
+
+TEST_F(NodeTree, ChildrenAreFoundByTheirExactIdOnly) {
+    vehicle4->id = -5;
+    EXPECT_EQ(tree->getChild("Vehicle[id/@ScenarioTreeValue=-5]"), tree->getChild(size_t(3)));
+    EXPECT_EQ(tree->getChild("Driver[id/@ScenarioTreeValue=7]"), tree->getChild(size_t(4)));
+    for (const char* nearMiss :
+         {"Vehicle[id/@ScenarioTreeValue=03]", "Vehicle[id/@ScenarioTreeValue=3] ",
+          "Vehicle[id/@ScenarioTreeValue=3", "Driver[id/@ScenarioTreeValue=3]",
+          "vehicle[id/@ScenarioTreeValue=3]", "Vehicle[id/@ScenarioTreeValue=]",
+          "Vehicle[id/@ScenarioTreeValue=+3]", "Vehicle[id/@ScenarioTreeValue=7]", "Road/"})
+        EXPECT_EQ(catchPointer([&] { tree->getChild(nearMiss); }).code, -1) << nearMiss;
+}
