@@ -52,7 +52,7 @@ const char* typeText(t_ParameterType type) {
 
 bool typeFromText(const char* text, t_ParameterType& type) {
     for (const TypeName& entry : typeNames)
-        if (std::strcmp(entry.text, text) == 0) {
+        if (entry.text[0] == text[0] && std::strcmp(entry.text, text) == 0) {
             type = entry.type;
             return true;
         }
@@ -204,6 +204,15 @@ bool isWritableName(const char* name) {
     return std::strcmp(name, parameterElement) != 0;
 }
 
+// The section as a script, if it is one. The name is tested first: a run-time
+// cast across the library boundary compares type names, and this runs for
+// every section of a file.
+ScenarioScript* scriptOf(Section& section) {
+    if (std::strcmp(section.getName(), ScenarioScript::sectionName()) != 0)
+        return nullptr;
+    return dynamic_cast<ScenarioScript*>(&section);
+}
+
 std::string normalisedPath(const char* path) {
     std::string text = path ? path : "";
     std::replace(text.begin(), text.end(), '\\', '/');
@@ -259,7 +268,7 @@ public:
             if (!parseValue(attribute.value(), it))
                 return fail(attribute.value(), badValue(attribute.value(), it));
         }
-        ScenarioScript* script = dynamic_cast<ScenarioScript*>(&section);
+        ScenarioScript* script = scriptOf(section);
         for (const pugi::xml_node& child : node.children()) {
             switch (child.type()) {
             case pugi::node_element:
@@ -294,12 +303,24 @@ private:
         pugi::xml_attribute name, type, unit, verbose, options;
         for (const pugi::xml_attribute& attribute : node.attributes()) {
             const char* key = attribute.name();
-            pugi::xml_attribute* slot = std::strcmp(key, "name") == 0      ? &name
-                                        : std::strcmp(key, "type") == 0    ? &type
-                                        : std::strcmp(key, "unit") == 0    ? &unit
-                                        : std::strcmp(key, "verbose") == 0 ? &verbose
-                                        : std::strcmp(key, "options") == 0 ? &options
-                                                                           : nullptr;
+            pugi::xml_attribute* slot = nullptr;
+            switch (key[0]) { // one comparison per attribute: this runs for every parameter
+            case 'n':
+                slot = std::strcmp(key, "name") == 0 ? &name : nullptr;
+                break;
+            case 't':
+                slot = std::strcmp(key, "type") == 0 ? &type : nullptr;
+                break;
+            case 'u':
+                slot = std::strcmp(key, "unit") == 0 ? &unit : nullptr;
+                break;
+            case 'v':
+                slot = std::strcmp(key, "verbose") == 0 ? &verbose : nullptr;
+                break;
+            case 'o':
+                slot = std::strcmp(key, "options") == 0 ? &options : nullptr;
+                break;
+            }
             if (!slot)
                 return fail(key,
                             "attribute " + quoted(key) + " is not declared by " + quoted(parameterElement));
@@ -387,7 +408,7 @@ void writeSection(pugi::xml_node parent, Section& section) {
         if (!value.empty())
             parameter.append_child(pugi::node_pcdata).set_value(value.c_str());
     }
-    if (ScenarioScript* script = dynamic_cast<ScenarioScript*>(&section))
+    if (ScenarioScript* script = scriptOf(section))
         if (!script->text.empty())
             element.append_child(pugi::node_cdata).set_value(script->text.c_str());
     for (size_t i = 0; i < section.getSubSectionCount(); ++i)

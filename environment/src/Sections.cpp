@@ -95,7 +95,7 @@ const Registration registrations[] = {
 // base class lives with them.
 std::unique_ptr<Section> Section::create(const std::string& name) {
     for (const Registration& registration : registrations)
-        if (name == registration.name)
+        if (name[0] == registration.name[0] && name == registration.name)
             return registration.factory();
     return std::make_unique<Section>(name);
 }

@@ -99,8 +99,8 @@ const char* toText(t_unit unit) {
 t_unit toTUnit(const char* text) {
     if (!text || !*text)
         return U_NONE;
-    for (const UnitEntry& entry : unitTable)
-        if (std::strcmp(entry.text, text) == 0)
+    for (const UnitEntry& entry : unitTable) // the first byte rules out most rows cheaply
+        if (entry.text[0] == text[0] && std::strcmp(entry.text, text) == 0)
             return entry.unit;
     return U_NONE;
 }

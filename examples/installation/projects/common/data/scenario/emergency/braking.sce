@@ -39,61 +39,49 @@
   <ScenarioScript name="main" scriptType="nuro"><![CDATA[
 TYPEOF SCENARIO (main)
 {
-	LABEL="main"
 
-	TYPEOF TASK (Main)
+	TYPEOF VARIABLE (1)
 	{
-		LABEL="Main"
+		LABEL="Target speed"
+		TYPE="FLOAT"
+		INTERACTIVE_TYPE="FLOAT"
+		VALUE="90"
+	}
 
-		TYPEOF VARIABLE (1)
-		{
-			LABEL="Target speed"
-			TYPE="FLOAT"
-			INTERACTIVE_TYPE="FLOAT"
-			VALUE="90"
-		}
+	TYPEOF VARIABLE (2)
+	{
+		LABEL="Overtaking allowed"
+		TYPE="BOOL"
+		INTERACTIVE_TYPE="BOOL"
+		VALUE="1"
+	}
 
-		TYPEOF VARIABLE (2)
-		{
-			LABEL="Overtaking allowed"
-			TYPE="BOOL"
-			INTERACTIVE_TYPE="BOOL"
-			VALUE="1"
-		}
+	TYPEOF VARIABLE (3)
+	{
+		LABEL="Gap"
+		TYPE="INTEGER"
+		INTERACTIVE_TYPE="INTEGER"
+		VALUE="25"
+	}
 
-		TYPEOF VARIABLE (3)
-		{
-			LABEL="Gap"
-			TYPE="INTEGER"
-			INTERACTIVE_TYPE="INTEGER"
-			VALUE="25"
-		}
-
-		TYPEOF VARIABLE (4)
-		{
-			LABEL="Message"
-			TYPE="STRING"
-			INTERACTIVE_TYPE="STRING"
-			VALUE="Keep right"
-		}
+	TYPEOF VARIABLE (4)
+	{
+		LABEL="Message"
+		TYPE="STRING"
+		INTERACTIVE_TYPE="STRING"
+		VALUE="Keep right"
 	}
 }
 ]]></ScenarioScript>
   <ScenarioScript name="events" scriptType=""><![CDATA[
 TYPEOF SCENARIO (events)
 {
-	LABEL="events"
 
-	TYPEOF TASK (Main)
+	TYPEOF VARIABLE (10)
 	{
-		LABEL="Main"
-
-		TYPEOF VARIABLE (10)
-		{
-			LABEL="Brake delay"
-			TYPE="FLOAT"
-			VALUE="1.5"
-		}
+		LABEL="Brake delay"
+		TYPE="FLOAT"
+		VALUE="1.5"
 	}
 }
 ]]></ScenarioScript>
@@ -120,10 +108,5 @@ TYPEOF SCENARIO (events)
       <LiteralRange value="B12" />
       <LiteralRange value="B12" />
     </LiteralParameter>
-  </VariadicParameter>
-  <VariadicParameter name="Target speed" description="Speed the script aims at" parameterId="/sce/Scenario/ScenarioScript[scriptName=&quot;main&quot;]/Variable[name=1]/value" parameterUnit="">
-    <RealParameter default="90">
-      <RealRange minimum="60" maximum="120" />
-    </RealParameter>
   </VariadicParameter>
 </Scenario>

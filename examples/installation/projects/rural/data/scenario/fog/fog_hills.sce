@@ -36,43 +36,37 @@
   <ScenarioScript name="main" scriptType="nuro"><![CDATA[
 TYPEOF SCENARIO (main)
 {
-	LABEL="main"
 
-	TYPEOF TASK (Main)
+	TYPEOF VARIABLE (1)
 	{
-		LABEL="Main"
+		LABEL="Target speed"
+		TYPE="FLOAT"
+		INTERACTIVE_TYPE="FLOAT"
+		VALUE="90"
+	}
 
-		TYPEOF VARIABLE (1)
-		{
-			LABEL="Target speed"
-			TYPE="FLOAT"
-			INTERACTIVE_TYPE="FLOAT"
-			VALUE="90"
-		}
+	TYPEOF VARIABLE (2)
+	{
+		LABEL="Overtaking allowed"
+		TYPE="BOOL"
+		INTERACTIVE_TYPE="BOOL"
+		VALUE="1"
+	}
 
-		TYPEOF VARIABLE (2)
-		{
-			LABEL="Overtaking allowed"
-			TYPE="BOOL"
-			INTERACTIVE_TYPE="BOOL"
-			VALUE="1"
-		}
+	TYPEOF VARIABLE (3)
+	{
+		LABEL="Gap"
+		TYPE="INTEGER"
+		INTERACTIVE_TYPE="INTEGER"
+		VALUE="25"
+	}
 
-		TYPEOF VARIABLE (3)
-		{
-			LABEL="Gap"
-			TYPE="INTEGER"
-			INTERACTIVE_TYPE="INTEGER"
-			VALUE="25"
-		}
-
-		TYPEOF VARIABLE (4)
-		{
-			LABEL="Message"
-			TYPE="STRING"
-			INTERACTIVE_TYPE="STRING"
-			VALUE="Keep right"
-		}
+	TYPEOF VARIABLE (4)
+	{
+		LABEL="Message"
+		TYPE="STRING"
+		INTERACTIVE_TYPE="STRING"
+		VALUE="Keep right"
 	}
 }
 ]]></ScenarioScript>
