@@ -203,7 +203,9 @@ TEST_F(DirectoryTreeTest, DirectoriesOutliveTheDriverAndCopiesShareTheDatabase) 
 }
 
 TEST(ScenarioDirectoryPath, JoinsWithExactlyOneSlash) {
-    EXPECT_EQ(TavrelConfigurationScenarioDirectory::getFilePathFromDataBasePath("a/b.sce", "${X}/data/scenario"),
-              "${X}/data/scenario/a/b.sce");
-    EXPECT_EQ(TavrelConfigurationScenarioDirectory::getFilePathFromDataBasePath("/b.sce", "dir/"), "dir///b.sce");
+    EXPECT_EQ(
+        TavrelConfigurationScenarioDirectory::getFilePathFromDataBasePath("a/b.sce", "${X}/data/scenario"),
+        "${X}/data/scenario/a/b.sce");
+    EXPECT_EQ(TavrelConfigurationScenarioDirectory::getFilePathFromDataBasePath("/b.sce", "dir/"),
+              "dir///b.sce");
 }

@@ -40,8 +40,8 @@ protected:
 };
 
 std::string notFound(const std::string& path, const std::string& configuration) {
-    return "Could not find scenario : \"" + path + "\" in the data path of the configuration : \"" + configuration +
-           "\". Please ensure that your configuration is correct.";
+    return "Could not find scenario : \"" + path + "\" in the data path of the configuration : \"" +
+           configuration + "\". Please ensure that your configuration is correct.";
 }
 
 } // namespace
@@ -89,12 +89,13 @@ TEST_F(DriverTest, ScenariosByPathComeFromTheFilteredConfiguration) {
     EXPECT_EQ(scenario->getFilePath(), t.path("projects/two/data/scenario/city/street.sce"));
     EXPECT_EQ(driver.getScenario("city/street.sce")->getPath(), "city/street.sce");
 
-    for (const std::string& path : {"city\\street.sce", "street.sce", "/city/street.sce"}) {
+    for (std::string path : {"city\\street.sce", "street.sce", "/city/street.sce"}) {
         Exception e = thrown([&] { driver.getScenario(path); });
         EXPECT_EQ(e.code, 24);
         EXPECT_EQ(e.message, notFound(path, "Main"));
     }
-    EXPECT_EQ(thrown([&] { driver.createTavrelScenario("Label", "x.sce"); }).message, notFound("x.sce", "Label"));
+    EXPECT_EQ(thrown([&] { driver.createTavrelScenario("Label", "x.sce"); }).message,
+              notFound("x.sce", "Label"));
 }
 
 TEST_F(DriverTest, WithoutConfigurationFilterNoScenarioIsFoundByPath) {

@@ -203,8 +203,9 @@ TEST(Versions, ParseOneToFourComponents) {
         EnvConfig::Version version;
         std::memset(&version, 0xFF, sizeof(version));
         EXPECT_EQ(EnvConfig::getConfigVersion(t.path("config"), version), c.valid) << c.text;
-        if (c.valid)
+        if (c.valid) {
             EXPECT_EQ(version.toString(), c.shown);
+        }
     }
     EnvConfig::Version version;
     t.write("config/configuration.ini", "[configuration]\ndatapath = x\n");

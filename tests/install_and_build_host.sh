@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Installs the project from its build tree into a temporary prefix, builds
+# examples/host against the installed package and runs it on the sample
+# installation.
+# Usage: install_and_build_host.sh BUILD_DIR SOURCE_DIR
+set -euo pipefail
+build="$1"
+source="$2"
+work="$(mktemp -d)"
+trap 'rm -rf "$work"' EXIT
+
+cmake --install "$build" --prefix "$work/prefix" >/dev/null
+cmake -S "$source/examples/host" -B "$work/host" -DCMAKE_PREFIX_PATH="$work/prefix" \
+  -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake --build "$work/host" >/dev/null
+output="$("$work/host/tavrel-host" "$work/prefix/share/tavrel/installation/tavrel.cfg")"
+echo "$output"
+expected="tavrel://\${TAVREL_HOME}/tavrel.cfg
+2 versions"
+if [ "$output" != "$expected" ]; then
+  echo "unexpected output; wanted:" >&2
+  echo "$expected" >&2
+  exit 1
+fi
+# The installed tool finds its libraries and its sample installation by itself.
+env -u TAVREL_CONFIG "$work/prefix/bin/tavrel" uri
