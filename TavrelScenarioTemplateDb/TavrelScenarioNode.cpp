@@ -72,9 +72,13 @@ TavrelScenarioNode::~TavrelScenarioNode() {
 
 void TavrelScenarioNode::addChild(ScenarioNode* child, const TavrelScenarioNode* view) {
     std::unique_ptr<ScenarioNode> owned(child);
-    childViews.reserve(children.size() + 1);
-    children.push_back(std::move(owned));
     childViews.push_back(view);
+    try {
+        children.push_back(std::move(owned));
+    } catch (...) {
+        childViews.pop_back();
+        throw;
+    }
 }
 
 bool TavrelScenarioNode::hasId(const std::string& id) const {

@@ -1,7 +1,6 @@
 // The node tree of a large scenario: building it, and finding a parameter of
-// its last vehicle by full id. Each is reported as a ratio to loading the same
-// file, measured in the same run; the lookup also as a ratio to a plain loop
-// over the root's children comparing their ids.
+// its last vehicle by full id, each against loading the same file; the lookup
+// also against a plain loop over the root's children comparing their ids.
 #include <TavrelScenarioTemplateDb/TavrelScenario.h>
 #include <TavrelScenarioTemplateDb/TavrelScenarioNode.h>
 
@@ -11,7 +10,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -20,7 +18,6 @@
 
 using TavrelScenarioTemplateDb::TavrelScenario;
 using TavrelScenarioTemplateDb::TavrelScenarioNode;
-using Clock = std::chrono::steady_clock;
 
 namespace {
 
@@ -68,81 +65,75 @@ const LargeScenario& large() {
 const std::string lastVehicleId = "Vehicle[id/@ScenarioTreeValue=" + std::to_string(vehicleCount) + "]";
 const std::string lastSpeedId = "/sce/Scenario/" + lastVehicleId + "/speed";
 
-double seconds(Clock::duration duration) {
-    return std::chrono::duration<double>(duration).count();
-}
-
-// The reference: one load of the file through a template, best of three.
-double loadSeconds() {
-    static const double best = [] {
-        double result = 1e9;
-        for (int i = 0; i < 3; ++i) {
-            auto scenario = large().open();
-            const Clock::time_point start = Clock::now();
-            scenario->getVariadicParameterNumber();
-            result = std::min(result, seconds(Clock::now() - start));
-        }
-        return result;
-    }();
-    return best;
-}
-
-void BM_LoadFile(benchmark::State& state) {
+// The reference of the first two rows: one load of the file through a template.
+void LoadThroughTemplate(benchmark::State& state) {
     for (auto _ : state) {
         auto scenario = large().open();
         benchmark::DoNotOptimize(scenario->getVariadicParameterNumber());
     }
+    state.SetLabel("load of the same file through a template");
 }
 
-void BM_BuildNodeTree(benchmark::State& state) {
-    // The sections are loaded once; only the tree over them is built each time.
+// The tree over sections loaded once; only the tree is built at each pass.
+void BuildNodeTree(benchmark::State& state) {
     cfg::CfgScenario file;
     if (!file.load((large().folder + "/large.sce").c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false,
                    true, true))
         state.SkipWithError(file.errorMessage.c_str());
-    Clock::duration spent{};
     for (auto _ : state) {
-        const Clock::time_point start = Clock::now();
         TavrelScenarioNode tree(file.getRootSection(), nullptr);
         benchmark::DoNotOptimize(tree.getChildNumber());
-        spent += Clock::now() - start;
     }
-    state.counters["ratio_to_load"] = seconds(spent) / state.iterations() / loadSeconds();
+    state.SetLabel("node tree of 20000 vehicles");
 }
 
-void BM_LookupLastVehicleParameter(benchmark::State& state) {
+void LookupLastVehicleParameter(benchmark::State& state) {
     auto scenario = large().open();
     scenario->getRootScenarioNode();
-    Clock::duration spent{};
-    for (auto _ : state) {
-        const Clock::time_point start = Clock::now();
+    for (auto _ : state)
         benchmark::DoNotOptimize(scenario->getParameterFromId(lastSpeedId));
-        spent += Clock::now() - start;
-    }
-    const double lookup = seconds(spent) / state.iterations();
+    state.SetLabel("getParameterFromId of the last vehicle");
+}
 
-    // The plain loop that the lookup is held against: the root's children, by id.
-    ScenarioTemplateDb::ScenarioNode* rootNode = scenario->getRootScenarioNode();
+// What the lookup is held against: a plain loop over the root's children
+// comparing their ids.
+void PlainLoopOverChildren(benchmark::State& state) {
+    auto scenario = large().open();
     std::vector<ScenarioTemplateDb::ScenarioNode*> children;
-    rootNode->getChildren(children);
-    const int rounds = 20;
-    const Clock::time_point start = Clock::now();
-    for (int round = 0; round < rounds; ++round)
+    scenario->getRootScenarioNode()->getChildren(children);
+    for (auto _ : state) {
         for (ScenarioTemplateDb::ScenarioNode* child : children)
             if (child->getId() == lastVehicleId) {
                 benchmark::DoNotOptimize(child);
                 break;
             }
-    const double plainLoop = seconds(Clock::now() - start) / rounds;
-
-    state.counters["ratio_to_load"] = lookup / loadSeconds();
-    state.counters["ratio_to_plain_loop"] = lookup / plainLoop;
+    }
+    state.SetLabel("plain loop over the root's children comparing getId");
 }
 
 } // namespace
 
-BENCHMARK(BM_LoadFile)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_BuildNodeTree)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_LookupLastVehicleParameter)->Unit(benchmark::kMillisecond);
+// Each row pairs a measured benchmark with its reference, timed in the same run.
+BENCHMARK(BuildNodeTree)->Name("nodes.buildTree/measured")->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(LoadThroughTemplate)
+    ->Name("nodes.buildTree/reference")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(LookupLastVehicleParameter)
+    ->Name("nodes.lookupLastVehicle/measured")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(LoadThroughTemplate)
+    ->Name("nodes.lookupLastVehicle/reference")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(LookupLastVehicleParameter)
+    ->Name("nodes.lookupAgainstPlainLoop/measured")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(PlainLoopOverChildren)
+    ->Name("nodes.lookupAgainstPlainLoop/reference")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();
