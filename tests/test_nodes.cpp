@@ -8,51 +8,19 @@
 #include <ScenarioTemplateDb/ScenarioParameter.h>
 #include <environment/SheetCfg/Sections.h>
 
+#include "ExceptionCapture.h"
+
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 
 using namespace TavrelScenarioTemplateDb;
 using ScenarioTemplateDb::Exception;
+using namespace testing_support;
 using ScenarioTemplateDb::ScenarioNode;
 using ScenarioTemplateDb::ScenarioParameter;
 
 namespace {
-
-// Runs `body`, expects an Exception* and returns a copy of it (the pointer is deleted).
-Exception catchPointer(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (Exception* e) {
-        std::unique_ptr<Exception> owned(e);
-        return *owned;
-    } catch (const Exception& e) {
-        ADD_FAILURE() << "thrown by value: " << e.message;
-        return e;
-    }
-    ADD_FAILURE() << "nothing thrown";
-    return Exception("", 0);
-}
-
-// Runs `body`, expects an Exception by value and returns it.
-Exception catchValue(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const Exception& e) {
-        return e;
-    } catch (Exception* e) {
-        std::unique_ptr<Exception> owned(e);
-        ADD_FAILURE() << "thrown as a pointer: " << owned->message;
-        return *owned;
-    }
-    ADD_FAILURE() << "nothing thrown";
-    return Exception("", 0);
-}
-
-template <typename T> T* add(cfg::Section* parent) {
-    return dynamic_cast<T*>(parent->createSubSection(T::sectionName()));
-}
 
 // Scenario with sub-sections in file order: vehicle 3, Road, driver 7,
 // ScenarioTemplate, Weather, vehicle 4, script.
@@ -238,21 +206,14 @@ TEST(NodeConstruction, DriverWithoutParentSectionFailsByValue) {
     EXPECT_EQ(e.message, "Unable to get vehicle for driver alone : no parent section");
 }
 
-TEST(NodeConstruction, DeepTreesAreBuiltRecursively) {
-    cfg::Scenario root;
-    cfg::Vehicle* vehicle = add<cfg::Vehicle>(&root);
-    vehicle->id = 12;
-    cfg::Section* position = vehicle->createSubSection("Position");
-    position->addParameter("x", cfg::ParameterReal, lmk::U_M);
-    cfg::Driver* nested = add<cfg::Driver>(vehicle);
-    nested->id = 5;
-    TavrelScenarioNode tree(&root, nullptr);
-
-    ScenarioNode* vehicleNode = tree.getChild("Vehicle[id/@ScenarioTreeValue=12]");
-    ASSERT_EQ(vehicleNode->getChildNumber(), 2u);
-    EXPECT_EQ(vehicleNode->getChild(size_t(0))->getId(), "Position");
-    EXPECT_EQ(vehicleNode->getChild(size_t(1))->getNodeId(),
-              "/sce/Scenario/Vehicle[id/@ScenarioTreeValue=12]/Driver[id/@ScenarioTreeValue=5]");
-    EXPECT_EQ(vehicleNode->getChild("Position")->getParameter("x")->getParameterId(),
-              "/sce/Scenario/Vehicle[id/@ScenarioTreeValue=12]/Position/x");
+TEST_F(NodeTree, ChildrenAreFoundByTheirExactIdOnly) {
+    vehicle4->id = -5;
+    EXPECT_EQ(tree->getChild("Vehicle[id/@ScenarioTreeValue=-5]"), tree->getChild(size_t(3)));
+    EXPECT_EQ(tree->getChild("Driver[id/@ScenarioTreeValue=7]"), tree->getChild(size_t(4)));
+    for (const char* nearMiss :
+         {"Vehicle[id/@ScenarioTreeValue=03]", "Vehicle[id/@ScenarioTreeValue=3] ",
+          "Vehicle[id/@ScenarioTreeValue=3", "Driver[id/@ScenarioTreeValue=3]",
+          "vehicle[id/@ScenarioTreeValue=3]", "Vehicle[id/@ScenarioTreeValue=]",
+          "Vehicle[id/@ScenarioTreeValue=+3]", "Vehicle[id/@ScenarioTreeValue=7]", "Road/"})
+        EXPECT_EQ(catchPointer([&] { tree->getChild(nearMiss); }).code, -1) << nearMiss;
 }

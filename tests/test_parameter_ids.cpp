@@ -9,16 +9,18 @@
 #include <ScenarioTemplateDb/ScenarioParameter.h>
 #include <environment/SheetCfg/CfgScenario.h>
 
+#include "ExceptionCapture.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <set>
 
 using namespace TavrelScenarioTemplateDb;
 using ScenarioTemplateDb::Exception;
+using namespace testing_support;
 using ScenarioTemplateDb::ScenarioNode;
 using ScenarioTemplateDb::ScenarioParameter;
 namespace fs = std::filesystem;
@@ -36,24 +38,6 @@ std::vector<std::string> split(const std::string& id) {
     for (; !pieces.empty(); pieces.pop())
         out.push_back(pieces.front());
     return out;
-}
-
-Exception catchPointer(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (Exception* e) {
-        std::unique_ptr<Exception> owned(e);
-        return *owned;
-    } catch (const Exception& e) {
-        ADD_FAILURE() << "thrown by value: " << e.message;
-        return e;
-    }
-    ADD_FAILURE() << "nothing thrown";
-    return Exception("", 0);
-}
-
-template <typename T> T* add(cfg::Section* parent) {
-    return dynamic_cast<T*>(parent->createSubSection(T::sectionName()));
 }
 
 const std::string vehicleX = "/sce/Scenario/Vehicle[id/@ScenarioTreeValue=4]/Position/x";

@@ -6,43 +6,17 @@
 #include <ScenarioTemplateDb/Exception.h>
 #include <environment/SheetCfg/Sections.h>
 
+#include "ExceptionCapture.h"
+
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 
 using namespace TavrelScenarioTemplateDb;
 using ScenarioTemplateDb::Exception;
+using namespace testing_support;
 
 namespace {
-
-Exception catchPointer(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (Exception* e) {
-        std::unique_ptr<Exception> owned(e);
-        return *owned;
-    } catch (const Exception& e) {
-        ADD_FAILURE() << "thrown by value: " << e.message;
-        return e;
-    }
-    ADD_FAILURE() << "nothing thrown";
-    return Exception("", 0);
-}
-
-Exception catchValue(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const Exception& e) {
-        return e;
-    } catch (Exception* e) {
-        std::unique_ptr<Exception> owned(e);
-        ADD_FAILURE() << "thrown as a pointer: " << owned->message;
-        return *owned;
-    }
-    ADD_FAILURE() << "nothing thrown";
-    return Exception("", 0);
-}
 
 class Parameters : public ::testing::Test {
 protected:

@@ -6,6 +6,7 @@
 
 #include <ScenarioTemplateDb/Exception.h>
 #include <ScenarioTemplateDb/ScenarioParameter.h>
+#include <TavrelScenarioTemplateDb/TavrelDatabaseDriver.h>
 #include <TavrelScenarioTemplateDb/TavrelScenario.h>
 #include <TavrelScenarioTemplateDb/TavrelVariadicParameter.h>
 #include <environment/lmkUtils/EnvConfig.h>
@@ -19,6 +20,7 @@
 
 using ScenarioTemplateDb::Exception;
 using ScenarioTemplateDb::ExceptionCodeGeneric;
+using TavrelScenarioTemplateDb::TavrelDatabaseDriver;
 using TavrelScenarioTemplateDb::TavrelScenario;
 using TavrelScenarioTemplateDb::TavrelVariadicParameter;
 
@@ -34,26 +36,39 @@ struct FileOptions {
 };
 
 void addFileOptions(CLI::App& command, FileOptions& options) {
-    command.add_option("PATH", options.file, "scenario file (.sce)")->required();
+    command
+        .add_option("PATH", options.file,
+                    "scenario path relative to its scenario directory, or a scenario file on disk")
+        ->required();
     command.add_option("--installation", options.installation,
-                       "installation file (default: $TAVREL_CONFIG, else the bundled sample, if present)");
-    command.add_option("--configuration", options.configuration,
-                       "configuration whose root model the scenario uses (default: the current one)");
+                       "installation file (default: $TAVREL_CONFIG, else the sample)");
+    command.add_option(
+        "--configuration", options.configuration,
+        "configuration whose data path holds the scenario (default: the installation's current one)");
 }
 
-// The installation decides which configuration (and so which root model) a
-// scenario is read with. Without one, a scenario file can still be read.
+// A path of the installation is looked up as the driver does; a file on disk
+// that isn't one is opened as it stands, with the configuration in force.
 std::unique_ptr<TavrelScenario> open(const FileOptions& options) {
     const std::string installation = resolveInstallation(options.installation);
-    if (!options.installation.empty() || std::filesystem::exists(installation)) {
-        try {
-            lmkUtils::EnvConfig::setTavrelConfigFilePath(installation);
-        } catch (const lmkUtils::ConfigurationError& e) {
-            throw Exception(std::string("Unable to read the installation: ") + e.what(),
-                            ExceptionCodeGeneric);
-        }
+    const bool onDisk = std::filesystem::is_regular_file(options.file);
+    if (onDisk && options.installation.empty() && !std::filesystem::exists(installation))
+        return openScenarioFile(options.file, options.configuration);
+    std::string configuration = options.configuration;
+    if (configuration.empty()) {
+        // Opening the installation makes it the one in force, whose current
+        // configuration is then known.
+        TavrelDatabaseDriver whole(installation, "*", "*");
+        configuration = lmkUtils::EnvConfig::getCurrentConfiguration();
     }
-    return openScenarioFile(options.file, options.configuration);
+    TavrelDatabaseDriver driver(installation, "*", configuration);
+    try {
+        return std::unique_ptr<TavrelScenario>(driver.createTavrelScenario(configuration, options.file));
+    } catch (const Exception&) {
+        if (!onDisk)
+            throw;
+    }
+    return openScenarioFile(options.file, configuration);
 }
 
 struct AddOptions {
