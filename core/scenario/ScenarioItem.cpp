@@ -132,7 +132,7 @@ uint32_t KindFromKeyword(const char* text) {
     if (text == nullptr || *text == '\0')
         return ITEM_NONE;
     for (uint32_t kind = 1; kind <= ITEM_LAST_KIND; ++kind)
-        if (std::strcmp(kKeywords[kind], text) == 0)
+        if (kKeywords[kind][0] == text[0] && std::strcmp(kKeywords[kind], text) == 0)
             return kind;
     return ITEM_NONE;
 }

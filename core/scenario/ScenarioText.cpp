@@ -30,6 +30,24 @@ inline bool IsSeparator(char c) {
     return c == '\t' || c == '\n' || c == '\f' || c == '\r';
 }
 
+// The first separator in [p, end), or end. Eight bytes at a time are tested for
+// a byte below 14, where the four separators lie; only such a word is looked at
+// byte by byte.
+const char* FindSeparator(const char* p, const char* end) {
+    const uint64_t ones = 0x0101010101010101ull;
+    const uint64_t highs = 0x8080808080808080ull;
+    while (end - p >= 8) {
+        uint64_t word;
+        std::memcpy(&word, p, sizeof(word));
+        if (((word - ones * 14) & ~word & highs) != 0)
+            break;
+        p += 8;
+    }
+    while (p < end && !IsSeparator(*p))
+        ++p;
+    return p;
+}
+
 // The text ends at its NUL or at the end that the stream was given, whichever
 // comes first.
 inline bool AtTextEnd(const ScenarioTextStream& stream, const char* p) {
@@ -67,14 +85,19 @@ ScenarioTextStream::ScenarioTextStream(const char* buffer, size_t length)
 }
 
 void NextLine(ScenarioTextStream& stream) {
-    if (stream.Peek() != '\t')
-        while (stream.cursor < stream.end && !IsSeparator(*stream.cursor))
-            ++stream.cursor;
-    while (stream.cursor < stream.end && IsSeparator(*stream.cursor)) {
-        if (*stream.cursor == '\n')
-            ++stream.line;
-        ++stream.cursor;
+    // Kept in locals: stores through the stream could alias the text otherwise.
+    const char* cursor = stream.cursor;
+    const char* const end = stream.end;
+    uint32_t line = stream.line;
+    if (cursor >= end || *cursor != '\t')
+        cursor = FindSeparator(cursor, end);
+    while (cursor < end && IsSeparator(*cursor)) {
+        if (*cursor == '\n')
+            ++line;
+        ++cursor;
     }
+    stream.cursor = cursor;
+    stream.line = line;
 }
 
 bool SkipBlock(ScenarioTextStream& stream) {
@@ -144,19 +167,24 @@ bool ReadHeader(ScenarioTextStream& stream, uint32_t& kind, std::string& name) {
 
 bool ReadStringAttribute(ScenarioTextStream& stream, const char* key, std::string& value) {
     const char* p = stream.cursor;
-    for (; *key != '\0'; ++key, ++p)
-        if (AtTextEnd(stream, p) || *p != *key)
+    const size_t available = static_cast<size_t>(stream.end - p);
+    // A key has no NUL, so a comparison with the text's NUL fails by itself.
+    size_t i = 0;
+    for (; key[i] != '\0'; ++i)
+        if (i >= available || p[i] != key[i])
             return false;
+    p += i;
     // Two characters stand between key and value; the writer puts `="` there.
-    for (int i = 0; i < 2; ++i, ++p)
+    for (int skipped = 0; skipped < 2; ++skipped, ++p)
         if (AtTextEnd(stream, p))
             return false;
-    const char* close = p;
-    while (!AtTextEnd(stream, close) && *close != '"')
-        ++close;
-    if (AtTextEnd(stream, close))
+    // The value runs to the next quote, which must come before the text ends.
+    const size_t left = static_cast<size_t>(stream.end - p);
+    const char* close = static_cast<const char*>(std::memchr(p, '"', left));
+    const size_t length = close != nullptr ? static_cast<size_t>(close - p) : left;
+    if (std::memchr(p, '\0', length) != nullptr || close == nullptr)
         return false;
-    value.assign(p, static_cast<size_t>(close - p));
+    value.assign(p, length);
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <boost/lexical_cast.hpp>
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <ostream>
@@ -19,6 +20,56 @@ std::string DoubleText(double number) {
     char text[64];
     std::snprintf(text, sizeof(text), "%.*g", 17, number);
     return text;
+}
+
+// The plain forms "0" and "1", and decimal numbers such as "-12.5e3", are the
+// common case; they are converted directly, with the result that lexical_cast
+// gives for them. Every other text goes through lexical_cast, which decides
+// whether it converts or raises bad_lexical_cast.
+bool ToBool(const std::string& text) {
+    if (text == "0")
+        return false;
+    if (text == "1")
+        return true;
+    return boost::lexical_cast<bool>(text);
+}
+
+bool IsPlainDecimal(const std::string& text) {
+    size_t i = 0;
+    const size_t n = text.size();
+    auto digits = [&]() {
+        const size_t start = i;
+        while (i < n && text[i] >= '0' && text[i] <= '9')
+            ++i;
+        return i > start;
+    };
+    if (i < n && text[i] == '-')
+        ++i;
+    if (!digits())
+        return false;
+    if (i < n && text[i] == '.') {
+        ++i;
+        if (!digits())
+            return false;
+    }
+    if (i < n && (text[i] == 'e' || text[i] == 'E')) {
+        ++i;
+        if (i < n && (text[i] == '-' || text[i] == '+'))
+            ++i;
+        if (!digits())
+            return false;
+    }
+    return i == n;
+}
+
+double ToDouble(const std::string& text) {
+    if (IsPlainDecimal(text)) {
+        double number = 0.0;
+        const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+        if (result.ec == std::errc() && result.ptr == text.data() + text.size())
+            return number;
+    }
+    return boost::lexical_cast<double>(text);
 }
 
 } // namespace
@@ -86,19 +137,19 @@ bool Variable::LoadAttribute(ScenarioTextStream& stream) {
     if (ReadStringAttribute(stream, "INTERACTIVE_TYPE", interactiveType))
         return true;
     if (ReadStringAttribute(stream, "IS_INITIALIZATION_NEEDED_AT_START", text)) {
-        isInitializationNeededAtStart = boost::lexical_cast<bool>(text);
+        isInitializationNeededAtStart = ToBool(text);
         return true;
     }
     if (ReadStringAttribute(stream, "INTERACTIVE_MIN_VALUE", text)) {
-        interactiveMinValue = boost::lexical_cast<double>(text);
+        interactiveMinValue = ToDouble(text);
         return true;
     }
     if (ReadStringAttribute(stream, "INTERACTIVE_MAX_VALUE", text)) {
-        interactiveMaxValue = boost::lexical_cast<double>(text);
+        interactiveMaxValue = ToDouble(text);
         return true;
     }
     if (ReadStringAttribute(stream, "INTERACTIVE_STEP_VALUE", text)) {
-        interactiveStepValue = boost::lexical_cast<double>(text);
+        interactiveStepValue = ToDouble(text);
         return true;
     }
     if (ReadStringAttribute(stream, "CATEGORY", category))
