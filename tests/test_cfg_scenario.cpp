@@ -262,7 +262,7 @@ TEST_F(CfgScenarioTest, UnreadableFilesAndHostileInputFailCleanly) {
     // Every prefix of a real file fails or loads, without crashing.
     std::ifstream in(TAVREL_TEST_DATA "/scenario/complete.sce", std::ios::binary);
     const std::string whole((std::istreambuf_iterator<char>(in)), {});
-    for (size_t size = 0; size < whole.size(); size += 7)
+    for (size_t size = 0; size < whole.size(); size += 11)
         loadError(whole.substr(0, size));
     EXPECT_EQ(loadError("<Scenario name=\"\xff\xfe\x01\"/>"), "loaded");
 }
@@ -312,6 +312,18 @@ TEST_F(CfgScenarioTest, AFileThatFailedToLoadIsNotReplacedByAnEmptyTree) {
     EXPECT_EQ(scenario.errorMessage, path + ": not replaced, since it could not be loaded");
     EXPECT_EQ(read(path), broken);
     EXPECT_TRUE(save(scenario, (folder / "elsewhere.sce").string()));
+}
+
+TEST_F(CfgScenarioTest, SaveThroughALinkReplacesTheLinkedFile) {
+    const std::string path = write("real.sce", "<Scenario name=\"old\" />\n");
+    fs::create_symlink("real.sce", folder / "link.sce");
+    cfg::CfgScenario scenario;
+    scenario.getRootSection()->name = "new";
+    ASSERT_TRUE(save(scenario, (folder / "link.sce").string())) << scenario.errorMessage;
+    EXPECT_TRUE(fs::is_symlink(folder / "link.sce"));
+    EXPECT_NE(read(path).find("name=\"new\""), std::string::npos);
+    fs::create_symlink("nowhere.sce", folder / "dangling.sce");
+    EXPECT_FALSE(save(scenario, (folder / "dangling.sce").string()));
 }
 
 TEST_F(CfgScenarioTest, SaveWithBackupKeepsTheOldContent) {

@@ -35,23 +35,15 @@ TEST(Section, TypedClassesBindTheirFieldsToTheirParameters) {
     EXPECT_EQ(vehicle.findParameter("nothing"), vehicle.endParameter());
 }
 
-TEST(Section, DefaultParametersOfTheTypedParameterClasses) {
-    cfg::BooleanParameter b;
-    cfg::IntegerParameter i;
-    cfg::RealParameter r;
-    cfg::LiteralParameter l;
-    b.findParameter("default").getBool() = true;
-    i.findParameter("default").getInt() = -4;
-    r.findParameter("default").getDouble() = 2.5;
-    l.findParameter("default").getString() = "x";
-    EXPECT_TRUE(b.defaultValue);
-    EXPECT_EQ(i.defaultValue, -4);
-    EXPECT_EQ(r.defaultValue, 2.5);
-    EXPECT_EQ(l.defaultValue, "x");
+TEST(Section, RangesBindEachBoundToItsOwnField) {
     cfg::RealRange range;
-    EXPECT_EQ(range.findParameter("maximum").getType(), cfg::ParameterReal);
-    cfg::LiteralRange literal;
-    EXPECT_EQ(literal.findParameter("value").getType(), cfg::ParameterString);
+    range.findParameter("minimum").getDouble() = 1.5;
+    range.findParameter("maximum").getDouble() = 2.5;
+    EXPECT_EQ(range.minimum, 1.5);
+    EXPECT_EQ(range.maximum, 2.5);
+    cfg::BooleanParameter flag;
+    flag.findParameter("default").getBool() = true;
+    EXPECT_TRUE(flag.defaultValue);
 }
 
 TEST(Section, AddedParametersKeepTheirOwnStorageAndPositions) {

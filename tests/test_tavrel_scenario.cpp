@@ -163,16 +163,11 @@ TEST_F(TavrelScenarioTest, SaveWritesWhereThePathPoints) {
     scenario.setPath("city");
     scenario.save();
     EXPECT_TRUE(fs::is_directory(folder / "city"));
-}
 
-TEST_F(TavrelScenarioTest, SaveOfAnUntouchedTemplateLoadsItFirst) {
-    write("city/crossing.sce", crossing);
-    TavrelScenario scenario("Default", "city/crossing.sce", dir());
-    scenario.save();
-    TavrelScenario reread("Default", "city/crossing.sce", dir());
-    EXPECT_EQ(reread.getName(), "Crossing");
-    EXPECT_EQ(reread.getDescription(), "A signalled crossing");
-
+    // The first operation may be the save: it loads the file first.
+    TavrelScenario untouched("Default", "city/crossing.sce", dir());
+    untouched.save();
+    EXPECT_EQ(TavrelScenario("Default", "city/crossing.sce", dir()).getName(), "Crossing");
     TavrelScenario missing("Default", "city/none.sce", dir());
     EXPECT_EQ(thrown([&] { missing.save(); }).code, 24);
     EXPECT_FALSE(fs::exists(folder / "city" / "none.sce"));

@@ -468,7 +468,10 @@ bool CfgScenario::load(const char* path, Commons::Encoding::Mode, Orbe::Network*
     try {
         failedLoadPath = normalisedPath(path);
         std::vector<char> original;
-        if (!readFile(normalisedPath(path), original)) {
+        if (!readFile(failedLoadPath, original)) {
+            struct stat status;
+            if (::stat(failedLoadPath.c_str(), &status) != 0)
+                failedLoadPath.clear(); // nothing there to protect
             errorMessage = shownPath + ":1:1: cannot read the file";
             return false;
         }
@@ -508,7 +511,7 @@ bool CfgScenario::load(const char* path, Commons::Encoding::Mode, Orbe::Network*
 }
 
 bool CfgScenario::save(const char* path, Commons::Encoding::Mode, bool backup) {
-    const std::string target = normalisedPath(path);
+    std::string target = normalisedPath(path);
     const std::string shownPath = path ? path : "";
     int fd = -1;
     std::string temporary;
@@ -522,6 +525,16 @@ bool CfgScenario::save(const char* path, Commons::Encoding::Mode, bool backup) {
             return false;
         }
         struct stat status;
+        if (::lstat(target.c_str(), &status) == 0 && S_ISLNK(status.st_mode)) {
+            // Replace the file the link points to, not the link.
+            std::error_code code;
+            const std::filesystem::path linked = std::filesystem::canonical(target, code);
+            if (code) {
+                errorMessage = shownPath + ": cannot follow the link: " + code.message();
+                return false;
+            }
+            target = linked.string();
+        }
         const bool targetExists = ::stat(target.c_str(), &status) == 0;
         if (target.empty() || target.back() == '/' || (targetExists && !S_ISREG(status.st_mode))) {
             errorMessage = shownPath + ": not a file";

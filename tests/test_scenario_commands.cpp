@@ -1,0 +1,97 @@
+// tavrel show, fetch and set, run as a user runs them.
+#include "TempInstallation.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <sys/wait.h>
+
+namespace {
+
+struct ToolRun {
+    int status;
+    std::string output;
+};
+
+// Runs the tool with `arguments` (already quoted for the shell); with `errors`, stderr joins the output.
+ToolRun tavrel(const std::string& arguments, bool errors = true) {
+    const std::string command =
+        "env -u TAVREL_CONFIG '" TAVREL_TOOL "' " + arguments + (errors ? " 2>&1" : " 2>/dev/null");
+    ToolRun run{-1, std::string()};
+    FILE* pipe = ::popen(command.c_str(), "r");
+    if (!pipe)
+        return run;
+    std::array<char, 4096> buffer;
+    size_t n;
+    while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
+        run.output.append(buffer.data(), n);
+    const int status = ::pclose(pipe);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+std::string read(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+const std::string sample = TAVREL_SOURCE_DIR "/examples/installation/projects/";
+
+TEST(ScenarioCommands, ShowInTheCurrentOrAGivenConfiguration) {
+    ToolRun run = tavrel("show intersections/left_turn.sce");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output, "name: Left turn\ndescription: Unprotected left turn\nfile: " + sample +
+                              "urban/data/scenario/intersections/left_turn.sce\n");
+
+    // Only Training's data path holds the rural project.
+    EXPECT_EQ(tavrel("show fog/deer.sce").status, 1);
+    run = tavrel("show fog/deer.sce --configuration Training");
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_EQ(run.output.substr(0, 11), "name: Deer\n");
+}
+
+TEST(ScenarioCommands, ShowReportsALoadFailureAlone) {
+    const std::string file = sample + "rural/data/scenario/tractors.sce";
+    ToolRun run = tavrel("show tractors.sce --configuration Training");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output, "error: Unable to load scenario " + file + " :\n" + file +
+                              ":5:5: Start-end tags mismatch (code 24)\n");
+}
+
+TEST(ScenarioCommands, FetchWritesTheRawBytes) {
+    ToolRun run = tavrel("fetch highway.sce", false);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output, read(sample + "common/data/scenario/highway.sce"));
+    EXPECT_NE(run.output.find("\r\n\tTYPEOF VARIABLE"), std::string::npos);
+}
+
+TEST(ScenarioCommands, SetChangesAndSaves) {
+    TempInstallation installation;
+    installation.addConfiguration("Main", "1.0", {"main"});
+    const std::string config = installation.writeInstallationFile("Main");
+    const std::string original =
+        "<Scenario name=\"Old\" description=\"Kept\">\n  <Vehicle id=\"1\" />\n</Scenario>\n";
+    const std::string folder = installation.path("projects/main/data/scenario/");
+    installation.write("projects/main/data/scenario/a.sce", original);
+    const std::string options = " --installation '" + config + "'";
+
+    ToolRun run = tavrel("set a.sce --name 'New name' --save-as b.sce" + options);
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_EQ(run.output, "saved " + folder + "b.sce\n");
+    EXPECT_EQ(read(folder + "a.sce"), original);
+    run = tavrel("show b.sce" + options);
+    EXPECT_EQ(run.output, "name: New name\ndescription: Kept\nfile: " + folder + "b.sce\n");
+
+    run = tavrel("set a.sce --description 'In place'" + options);
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_NE(read(folder + "a.sce").find("description=\"In place\""), std::string::npos);
+
+    run = tavrel("set a.sce --name X --save-as missing/c.sce" + options);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output,
+              "error: the scenario could not be saved to " + folder + "missing/c.sce (code -1)\n");
+}
+
+} // namespace
