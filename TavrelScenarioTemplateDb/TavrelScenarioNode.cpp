@@ -17,8 +17,8 @@ namespace TavrelScenarioTemplateDb {
 
 namespace {
 
-// Sections that get a node of their own kind, or none at all ("ScenarioTemplate"
-// is bookkeeping of the editor and stays hidden from hosts).
+// Sections that get a node of their own kind, or none at all: a
+// "ScenarioTemplate" section stays hidden from hosts, whatever it holds.
 bool isPlainSection(const char* name) {
     return std::strcmp(name, "Vehicle") != 0 && std::strcmp(name, "Driver") != 0 &&
            std::strcmp(name, "ScenarioScript") != 0 && std::strcmp(name, "ScenarioTemplate") != 0;
