@@ -17,8 +17,8 @@ namespace TavrelScenarioTemplateDb {
 
 namespace {
 
-// Sections that get a node of their own kind, or none at all ("ScenarioTemplate"
-// is bookkeeping of the editor and stays hidden from hosts).
+// Sections that get a node of their own kind, or none at all: a
+// "ScenarioTemplate" section stays hidden from hosts, whatever it holds.
 bool isPlainSection(const char* name) {
     return std::strcmp(name, "Vehicle") != 0 && std::strcmp(name, "Driver") != 0 &&
            std::strcmp(name, "ScenarioScript") != 0 && std::strcmp(name, "ScenarioTemplate") != 0;
@@ -138,7 +138,7 @@ size_t TavrelScenarioNode::getChildIndex(const ScenarioNode* child) const {
     for (size_t i = 0; i < children.size(); ++i)
         if (children[i].get() == child)
             return i;
-    throw new Exception("The child element " + child->getName() +
+    throw new Exception("The child element " + (child ? child->getName() : std::string()) +
                             " was not found in parent scenario element " + section->getName(),
                         ExceptionCodeGeneric);
 }
@@ -179,8 +179,8 @@ size_t TavrelScenarioNode::getParameterIndex(const ScenarioParameter* parameter)
     for (size_t i = 0; i < parameters.size(); ++i)
         if (parameters[i].get() == parameter)
             return i;
-    throw new Exception("The child parameter " + parameter->getName() + " was not found in parent element " +
-                            section->getName(),
+    throw new Exception("The child parameter " + (parameter ? parameter->getName() : std::string()) +
+                            " was not found in parent element " + section->getName(),
                         ExceptionCodeGeneric);
 }
 

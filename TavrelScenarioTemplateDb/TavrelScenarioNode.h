@@ -60,10 +60,6 @@ public:
     /// Whether getId() would equal `id`, without composing the id.
     virtual bool hasId(const std::string& id) const;
 
-protected:
-    /// The section this node shows.
-    cfg::Section* getSection() const { return section; }
-
 private:
     /// Appends a child node; `view` is the same node when it is one of ours, so
     /// that lookups can match ids without composing them.

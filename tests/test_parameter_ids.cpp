@@ -262,3 +262,14 @@ TEST_F(ScenarioFile, TargetsPointIntoTheOneTreeKeptWhenALookupComesFirst) {
     EXPECT_EQ(rootOf(target->getParentNode()), scenario->getRootScenarioNode());
     EXPECT_EQ(target->getValueAsString(), "40.000000");
 }
+
+TEST_F(ScenarioFile, AFileOpenedByTheCallerKeepsOneTreeToo) {
+    cfg::CfgScenario file;
+    ASSERT_TRUE(file.load((folder + "/demo.sce").c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true,
+                          true));
+    TavrelScenario scenario(&file); // reads the declarations at once
+    ScenarioParameter* target = scenario.getVariadicParameter(0)->getTargetParameter();
+    ASSERT_NE(target, nullptr);
+    EXPECT_EQ(rootOf(target->getParentNode()), scenario.getRootScenarioNode());
+    EXPECT_EQ(target->getParameterId(), vehicleX);
+}

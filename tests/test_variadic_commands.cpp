@@ -39,8 +39,12 @@ protected:
 
     // Runs the tool on the scenario with `arguments` (quoted for the shell), stderr into the output.
     ToolRun tavrel(const std::string& command, const std::string& arguments = std::string()) {
-        const std::string line = "env -u TAVREL_CONFIG '" TAVREL_TOOL "' " + command + " city/crossing.sce " +
-                                 arguments + " --installation '" + installationFile + "' 2>&1";
+        // The group takes the file before its action: "variadic PATH list".
+        const bool group = command.rfind("variadic ", 0) == 0;
+        const std::string verb =
+            group ? "variadic city/crossing.sce " + command.substr(9) : command + " city/crossing.sce";
+        const std::string line = "env -u TAVREL_CONFIG '" TAVREL_TOOL "' " + verb + " " + arguments +
+                                 " --installation '" + installationFile + "' 2>&1";
         ToolRun run{-1, std::string()};
         FILE* pipe = ::popen(line.c_str(), "r");
         if (!pipe)
@@ -137,6 +141,6 @@ TEST_F(VariadicCommands, EditsAreSavedAndBadInputChangesNothing) {
     EXPECT_EQ(listed[2]["literals"], nlohmann::json::parse(R"(["a","b c"])"));
     EXPECT_EQ(listed[2]["targetFound"], true);
 
-    ASSERT_EQ(tavrel("variadic clear").status, 0);
-    EXPECT_EQ(tavrel("variadic list").output, "variadic parameters: 0\n");
+    ASSERT_EQ(tavrel("variadic clear", "").status, 0);
+    EXPECT_EQ(tavrel("variadic list", "").output, "variadic parameters: 0\n");
 }

@@ -199,27 +199,28 @@ void addVariadicCommands(CLI::App& app) {
     CLI::App* variadic =
         app.add_subcommand("variadic", "list and edit the variadic parameters of a scenario");
     variadic->require_subcommand(1);
+    // The file comes before the action (tavrel variadic PATH list); the file's
+    // options may also follow the action.
+    auto fileOptions = std::make_shared<FileOptions>();
+    addFileOptions(*variadic, *fileOptions);
+    variadic->fallthrough();
 
-    auto listOptions = std::make_shared<FileOptions>();
     CLI::App* list = variadic->add_subcommand("list", "print the variadic parameters");
-    addFileOptions(*list, *listOptions);
-    list->add_flag("--json", listOptions->json, "print them as JSON");
-    list->callback([listOptions] {
+    list->add_flag("--json", fileOptions->json, "print them as JSON");
+    list->callback([fileOptions] {
         runReporting([&] {
-            std::unique_ptr<TavrelScenario> scenario = open(*listOptions);
+            std::unique_ptr<TavrelScenario> scenario = open(*fileOptions);
             const nlohmann::ordered_json variadics = describeVariadics(*scenario);
-            if (listOptions->json)
+            if (fileOptions->json)
                 std::cout << variadics.dump(2) << "\n";
             else
                 printVariadics(variadics, std::cout);
         });
     });
 
-    auto addFile = std::make_shared<FileOptions>();
     auto add = std::make_shared<AddOptions>();
     CLI::App* addCommand =
         variadic->add_subcommand("add", "declare a new variadic parameter and save the file");
-    addFileOptions(*addCommand, *addFile);
     addCommand->add_option("--name", add->name, "display name")->required();
     addCommand->add_option("--description", add->description, "description");
     addCommand->add_option("--target", add->target, "full id of the parameter to vary")->required();
@@ -228,23 +229,21 @@ void addVariadicCommands(CLI::App& app) {
     addCommand->add_option("--default", add->defaultValue, "default value")->required();
     addCommand->add_option("--range", add->ranges, "permitted range MIN:MAX (integer and real; repeatable)");
     addCommand->add_option("--literal", add->literals, "permitted text (literal; repeatable)");
-    addCommand->callback([addFile, add] {
+    addCommand->callback([fileOptions, add] {
         runReporting([&] {
-            std::unique_ptr<TavrelScenario> scenario = open(*addFile);
+            std::unique_ptr<TavrelScenario> scenario = open(*fileOptions);
             addVariadic(*scenario, *add);
             scenario->save();
             std::cout << "added variadic parameter " << scenario->getVariadicParameterNumber() - 1 << "\n";
         });
     });
 
-    auto removeFile = std::make_shared<FileOptions>();
     auto index = std::make_shared<size_t>(0);
     CLI::App* remove = variadic->add_subcommand("remove", "remove one variadic parameter and save the file");
-    addFileOptions(*remove, *removeFile);
     remove->add_option("INDEX", *index, "position in the list")->required();
-    remove->callback([removeFile, index] {
+    remove->callback([fileOptions, index] {
         runReporting([&] {
-            std::unique_ptr<TavrelScenario> scenario = open(*removeFile);
+            std::unique_ptr<TavrelScenario> scenario = open(*fileOptions);
             // The template ignores a bad index; here it is worth telling.
             if (*index >= scenario->getVariadicParameterNumber())
                 throw Exception("Invalid variadic parameter index",
@@ -254,13 +253,11 @@ void addVariadicCommands(CLI::App& app) {
         });
     });
 
-    auto clearFile = std::make_shared<FileOptions>();
     CLI::App* clear = variadic->add_subcommand(
         "clear", "remove every variadic parameter, empty the description and save the file");
-    addFileOptions(*clear, *clearFile);
-    clear->callback([clearFile] {
+    clear->callback([fileOptions] {
         runReporting([&] {
-            std::unique_ptr<TavrelScenario> scenario = open(*clearFile);
+            std::unique_ptr<TavrelScenario> scenario = open(*fileOptions);
             scenario->getVariadicParameterNumber(); // clearing acts on a loaded file only
             scenario->clear();
             scenario->save();
