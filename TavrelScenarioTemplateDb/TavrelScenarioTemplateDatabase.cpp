@@ -35,7 +35,7 @@ bool hasScenarioExtension(const char* name, size_t length) {
 // Reads one folder: files with the scenario extension go to `visit` (relative
 // path from the walk's root), subfolders to `folders`. Entries whose type the
 // folder listing doesn't tell (links, some file systems) are looked up with stat,
-// so links are followed as a regular walk would. Returns false if `visit` asked to stop.
+// so links are followed. Returns false if `visit` asked to stop.
 template <class Visit>
 bool readFolder(const std::string& absolute, const std::string& relative, Visit& visit,
                 std::vector<std::string>& folders) {
@@ -61,11 +61,14 @@ bool readFolder(const std::string& absolute, const std::string& relative, Visit&
         bool isFile = entry->d_type == DT_REG;
         bool isFolder = entry->d_type == DT_DIR;
         if (entry->d_type == DT_UNKNOWN || entry->d_type == DT_LNK) {
+            // A link that leads nowhere fails the walk, as testing the entry with
+            // Poco::File would.
+            const std::string entryPath = absolute + "/" + name;
             struct stat info;
-            if (::stat((absolute + "/" + name).c_str(), &info) == 0) {
-                isFile = S_ISREG(info.st_mode);
-                isFolder = S_ISDIR(info.st_mode);
-            }
+            if (::stat(entryPath.c_str(), &info) != 0)
+                Poco::File::handleLastError(entryPath);
+            isFile = S_ISREG(info.st_mode);
+            isFolder = S_ISDIR(info.st_mode);
         }
         std::string path = relative.empty() ? std::string(name, length) : relative + "/" + name;
         if (isFolder)

@@ -5,7 +5,8 @@ function(tavrel_library target export_name)
   set_target_properties(${target} PROPERTIES
     EXPORT_NAME ${export_name}
     VERSION ${PROJECT_VERSION}
-    SOVERSION ${PROJECT_VERSION_MAJOR})
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    INSTALL_RPATH "$ORIGIN")
   target_compile_features(${target} PUBLIC cxx_std_17)
   if(TAVREL_INSTALL)
     install(TARGETS ${target} EXPORT TavrelTargets

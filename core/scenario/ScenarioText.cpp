@@ -165,26 +165,38 @@ bool ReadHeader(ScenarioTextStream& stream, uint32_t& kind, std::string& name) {
     return true;
 }
 
-bool ReadStringAttribute(ScenarioTextStream& stream, const char* key, std::string& value) {
+bool ReadStringAttributeOfLength(ScenarioTextStream& stream, const char* key, size_t keyLength,
+                                 std::string& value) {
     const char* p = stream.cursor;
     const size_t available = static_cast<size_t>(stream.end - p);
     // A key has no NUL, so a comparison with the text's NUL fails by itself.
+    if (available < keyLength)
+        return false;
+    // Keys share long prefixes ("INTERACTIVE_"); eight bytes are compared at once.
     size_t i = 0;
-    for (; key[i] != '\0'; ++i)
-        if (i >= available || p[i] != key[i])
+    for (; i + 8 <= keyLength; i += 8) {
+        uint64_t text, wanted;
+        std::memcpy(&text, p + i, sizeof(text));
+        std::memcpy(&wanted, key + i, sizeof(wanted));
+        if (text != wanted)
             return false;
-    p += i;
+    }
+    for (; i < keyLength; ++i)
+        if (p[i] != key[i])
+            return false;
+    p += keyLength;
     // Two characters stand between key and value; the writer puts `="` there.
     for (int skipped = 0; skipped < 2; ++skipped, ++p)
         if (AtTextEnd(stream, p))
             return false;
     // The value runs to the next quote, which must come before the text ends.
-    const size_t left = static_cast<size_t>(stream.end - p);
-    const char* close = static_cast<const char*>(std::memchr(p, '"', left));
-    const size_t length = close != nullptr ? static_cast<size_t>(close - p) : left;
-    if (std::memchr(p, '\0', length) != nullptr || close == nullptr)
+    // Values are short: one plain loop finds the quote or the end of the text.
+    const char* close = p;
+    while (close < stream.end && *close != '"' && *close != '\0')
+        ++close;
+    if (close >= stream.end || *close != '"')
         return false;
-    value.assign(p, length);
+    value.assign(p, static_cast<size_t>(close - p));
     return true;
 }
 

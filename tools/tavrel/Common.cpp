@@ -6,6 +6,7 @@
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <unistd.h>
 
 namespace tavrel {
 
@@ -15,6 +16,18 @@ std::string resolveInstallation(const std::string& given) {
     if (const char* env = std::getenv("TAVREL_CONFIG"))
         if (*env)
             return env;
+    // An installed tool carries the sample installation under share/tavrel; a
+    // tool run from its build tree uses the one in the source tree.
+    char executable[4096];
+    ssize_t length = ::readlink("/proc/self/exe", executable, sizeof(executable) - 1);
+    if (length > 0) {
+        std::string prefix(executable, static_cast<size_t>(length));
+        prefix.erase(prefix.find_last_of('/')); // the bin folder
+        prefix.erase(prefix.find_last_of('/') + 1);
+        const std::string beside = prefix + "share/tavrel/installation/tavrel.cfg";
+        if (::access(beside.c_str(), R_OK) == 0)
+            return beside;
+    }
     return TAVREL_SAMPLE_INSTALLATION;
 }
 

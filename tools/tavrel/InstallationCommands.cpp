@@ -1,3 +1,184 @@
+// tavrel browse, tavrel uri: the installation seen through the driver and its
+// directory tree, as a host walks it.
 #include "Commands.h"
+#include "Common.h"
 
-void tavrel::addInstallationCommands(CLI::App&) {}
+#include <ScenarioTemplateDb/DatabaseDirectory.h>
+#include <ScenarioTemplateDb/Exception.h>
+#include <ScenarioTemplateDb/Scenario.h>
+#include <TavrelScenarioTemplateDb/TavrelDatabaseDriver.h>
+
+#include <nlohmann/json.hpp>
+
+#include <exception>
+#include <iostream>
+#include <memory>
+
+using ScenarioTemplateDb::DatabaseDirectory;
+using ScenarioTemplateDb::Exception;
+using ScenarioTemplateDb::Scenario;
+using TavrelScenarioTemplateDb::TavrelDatabaseDriver;
+using json = nlohmann::ordered_json;
+
+namespace tavrel {
+
+namespace {
+
+struct InstallationOptions {
+    std::string installation;
+    std::string version = "*";
+    std::string configuration = "*";
+    bool json = false;
+    bool names = false;
+};
+
+void addInstallationOptions(CLI::App& command, InstallationOptions& options) {
+    command.add_option("--installation", options.installation,
+                       "installation file (default: $TAVREL_CONFIG, else the bundled sample)");
+    command.add_option("--version", options.version, "only this version (\"*\" for all)")
+        ->capture_default_str();
+    command.add_option("--configuration", options.configuration, "only this configuration (\"*\" for all)")
+        ->capture_default_str();
+}
+
+// Runs `body`; a failure of either exception form becomes an "error" member of
+// `node`, so that one bad branch doesn't end the walk.
+template <class Body> void capture(json& node, Body body) {
+    auto record = [&node](const std::string& message, int code) {
+        node["error"] = json{{"message", message}, {"code", code}};
+    };
+    try {
+        body();
+    } catch (const Exception& e) {
+        record(e.message, e.code);
+    } catch (Exception* e) {
+        std::unique_ptr<Exception> owned(e);
+        record(owned->message, owned->code);
+    } catch (const std::exception& e) {
+        record(e.what(), ScenarioTemplateDb::ExceptionCodeGeneric);
+    }
+}
+
+json walkScenarios(const DatabaseDirectory& directory, bool names) {
+    json scenarios = json::array();
+    std::vector<std::shared_ptr<Scenario>> found;
+    directory.getScenarios(found);
+    for (size_t index = 0; index < found.size(); ++index) {
+        json entry{{"index", index}, {"path", found[index]->getPath()}};
+        if (names)
+            capture(entry, [&] { entry["name"] = found[index]->getName(); });
+        scenarios.push_back(std::move(entry));
+    }
+    return scenarios;
+}
+
+json walkConfiguration(const DatabaseDirectory& configuration, const InstallationOptions& options) {
+    json node{{"name", configuration.getName()}, {"directories", json::array()}};
+    capture(node, [&] {
+        // A scenario directory is named after a root of the current configuration's
+        // data path: a driver filtered on this configuration makes it current.
+        TavrelDatabaseDriver focused("", options.version, configuration.getName());
+        std::vector<std::shared_ptr<DatabaseDirectory>> directories;
+        configuration.getDirectories(directories);
+        for (size_t index = 0; index < directories.size(); ++index) {
+            json entry{{"index", index}, {"path", directories[index]->getName()}};
+            capture(entry, [&] { entry["scenarios"] = walkScenarios(*directories[index], options.names); });
+            node["directories"].push_back(std::move(entry));
+        }
+    });
+    return node;
+}
+
+json walkInstallation(const InstallationOptions& options) {
+    TavrelDatabaseDriver driver(resolveInstallation(options.installation), options.version,
+                                options.configuration);
+    std::shared_ptr<DatabaseDirectory> root = driver.getRootDirectory();
+    json tree{{"installation", root->getName()}, {"uri", driver.getURI()}, {"versions", json::array()}};
+    std::vector<std::shared_ptr<DatabaseDirectory>> versions;
+    root->getDirectories(versions);
+    for (const auto& version : versions) {
+        json node{{"version", version->getName()}, {"configurations", json::array()}};
+        capture(node, [&] {
+            std::vector<std::shared_ptr<DatabaseDirectory>> configurations;
+            version->getDirectories(configurations);
+            for (const auto& configuration : configurations)
+                node["configurations"].push_back(walkConfiguration(*configuration, options));
+        });
+        tree["versions"].push_back(std::move(node));
+    }
+    return tree;
+}
+
+void printError(const json& node, const std::string& indent) {
+    std::cout << indent << "error: " << node["error"]["message"].get<std::string>() << " (code "
+              << node["error"]["code"].get<int>() << ")\n";
+}
+
+void printTree(const json& tree) {
+    std::cout << "installation " << tree["installation"].get<std::string>() << "\n";
+    std::cout << "uri " << tree["uri"].get<std::string>() << "\n";
+    if (tree["versions"].empty())
+        std::cout << "(no version)\n";
+    for (const json& version : tree["versions"]) {
+        std::cout << "version " << version["version"].get<std::string>() << "\n";
+        for (const json& configuration : version["configurations"]) {
+            std::cout << "  configuration " << configuration["name"].get<std::string>() << "\n";
+            for (const json& directory : configuration["directories"]) {
+                std::cout << "    directory " << directory["index"].get<size_t>() << ": "
+                          << directory["path"].get<std::string>() << "\n";
+                if (directory.contains("scenarios")) {
+                    if (directory["scenarios"].empty())
+                        std::cout << "      (no scenario)\n";
+                    for (const json& scenario : directory["scenarios"]) {
+                        std::cout << "      " << scenario["path"].get<std::string>();
+                        if (scenario.contains("name"))
+                            std::cout << "  \"" << scenario["name"].get<std::string>() << "\"";
+                        std::cout << "\n";
+                        if (scenario.contains("error"))
+                            printError(scenario, "        ");
+                    }
+                }
+                if (directory.contains("error"))
+                    printError(directory, "      ");
+            }
+            if (configuration.contains("error"))
+                printError(configuration, "    ");
+        }
+        if (version.contains("error"))
+            printError(version, "  ");
+    }
+}
+
+} // namespace
+
+void addInstallationCommands(CLI::App& app) {
+    auto browseOptions = std::make_shared<InstallationOptions>();
+    CLI::App* browse = app.add_subcommand(
+        "browse", "print the installation's versions, configurations, scenario directories "
+                  "and scenarios");
+    addInstallationOptions(*browse, *browseOptions);
+    browse->add_flag("--json", browseOptions->json, "print the tree as JSON");
+    browse->add_flag("--names", browseOptions->names, "load each scenario and show its name");
+    browse->callback([browseOptions] {
+        runReporting([&] {
+            json tree = walkInstallation(*browseOptions);
+            if (browseOptions->json)
+                std::cout << tree.dump(2) << "\n";
+            else
+                printTree(tree);
+        });
+    });
+
+    auto uriOptions = std::make_shared<InstallationOptions>();
+    CLI::App* uri = app.add_subcommand("uri", "print the URI of the driver for these options");
+    addInstallationOptions(*uri, *uriOptions);
+    uri->callback([uriOptions] {
+        runReporting([&] {
+            TavrelDatabaseDriver driver(resolveInstallation(uriOptions->installation), uriOptions->version,
+                                        uriOptions->configuration);
+            std::cout << driver.getURI() << "\n";
+        });
+    });
+}
+
+} // namespace tavrel

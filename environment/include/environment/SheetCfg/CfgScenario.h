@@ -31,7 +31,8 @@ public:
     bool load(const char* path, Commons::Encoding::Mode mode, Orbe::Network* network,
               ScenarioConvertion::CallBack* callBack, bool convert, bool checkParameters, bool keepScripts);
     /// Writes the whole tree to a temporary file beside `path`, then renames it
-    /// over `path`. Returns false, leaving any old file intact, on failure.
+    /// over `path`. Returns false, leaving any old file intact, on failure, and
+    /// also refuses to overwrite the file whose load last failed.
     bool save(const char* path, Commons::Encoding::Mode mode, bool backup);
     /// The root section.
     Scenario* getRootSection() { return root.get(); }
@@ -41,6 +42,7 @@ public:
 
 private:
     std::unique_ptr<Scenario> root;
+    std::string failedLoadPath; // guards that file against being replaced by an empty tree
 };
 
 } // namespace cfg

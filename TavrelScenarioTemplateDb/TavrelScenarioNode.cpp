@@ -1,0 +1,168 @@
+#include <TavrelScenarioTemplateDb/TavrelScenarioNode.h>
+
+#include <ScenarioTemplateDb/Exception.h>
+#include <TavrelScenarioTemplateDb/DriverNode.h>
+#include <TavrelScenarioTemplateDb/TavrelScenarioParameter.h>
+#include <TavrelScenarioTemplateDb/VehicleNode.h>
+#include <environment/SheetCfg/Sections.h>
+
+#include <cstring>
+
+using ScenarioTemplateDb::Exception;
+using ScenarioTemplateDb::ExceptionCodeGeneric;
+using ScenarioTemplateDb::ScenarioNode;
+using ScenarioTemplateDb::ScenarioParameter;
+
+namespace TavrelScenarioTemplateDb {
+
+namespace {
+
+// Sections that get a node of their own kind, or none at all ("ScenarioTemplate"
+// is bookkeeping of the editor and stays hidden from hosts).
+bool isPlainSection(const char* name) {
+    return std::strcmp(name, "Vehicle") != 0 && std::strcmp(name, "Driver") != 0 &&
+           std::strcmp(name, "ScenarioScript") != 0 && std::strcmp(name, "ScenarioTemplate") != 0;
+}
+
+} // namespace
+
+TavrelScenarioNode::TavrelScenarioNode(cfg::Section* section, ScenarioNode* parent)
+    : section(section), parent(parent) {
+    if (!section)
+        throw new Exception("Failed to initialize the scenario element", ExceptionCodeGeneric);
+
+    // Children always come grouped by kind, whatever their order in the file.
+    const size_t count = section->getSubSectionCount();
+    for (size_t i = 0; i < count; ++i) {
+        cfg::Section* sub = section->getSubSection(i);
+        if (sub && isPlainSection(sub->getName()))
+            children.emplace_back(new TavrelScenarioNode(sub, this));
+    }
+
+    std::vector<cfg::Section*> list;
+    section->getSubSections(cfg::Vehicle::sectionName(), list);
+    for (cfg::Section* sub : list)
+        children.emplace_back(new VehicleNode(dynamic_cast<cfg::Vehicle*>(sub), this));
+
+    section->getSubSections(cfg::Driver::sectionName(), list);
+    for (cfg::Section* sub : list)
+        children.emplace_back(new DriverNode(dynamic_cast<cfg::Driver*>(sub), this));
+
+    // Script nodes (one per eligible ScenarioScript sub-section) are added here,
+    // behind the drivers, once scripts can be parsed.
+
+    const cfg::Section::ParameterIterator end = section->endParameter();
+    for (cfg::Section::ParameterIterator it = section->beginParameter(); it != end; ++it)
+        parameters.emplace_back(new TavrelScenarioParameter(&it, this));
+}
+
+TavrelScenarioNode::~TavrelScenarioNode() {
+    // Parameters first, then the sub-tree, each in order.
+    for (auto& parameter : parameters)
+        parameter.reset();
+    for (auto& child : children)
+        child.reset();
+}
+
+std::string TavrelScenarioNode::getId() const {
+    return section->getName();
+}
+
+std::string TavrelScenarioNode::getName() const {
+    return section->getName();
+}
+
+std::string TavrelScenarioNode::getDescription() const {
+    return std::string();
+}
+
+ScenarioNode* TavrelScenarioNode::getParent() const {
+    return parent;
+}
+
+size_t TavrelScenarioNode::getIndex() const {
+    return parent ? parent->getChildIndex(this) : 0;
+}
+
+size_t TavrelScenarioNode::getChildNumber() const {
+    return children.size();
+}
+
+ScenarioNode* TavrelScenarioNode::getChild(const std::string& id) const {
+    for (const auto& child : children)
+        if (child->getId() == id)
+            return child.get();
+    throw new Exception("No child element with id=" + id + " in scenario element : " + getName(),
+                        ExceptionCodeGeneric);
+}
+
+ScenarioNode* TavrelScenarioNode::getChild(size_t index) const {
+    if (index >= children.size())
+        throw new Exception(std::string("Out of bound child index of the scenario element : ") +
+                                section->getName(),
+                            ExceptionCodeGeneric);
+    return children[index].get();
+}
+
+void TavrelScenarioNode::getChildren(std::vector<ScenarioNode*>& out) const {
+    out.clear();
+    out.reserve(children.size());
+    for (const auto& child : children)
+        out.push_back(child.get());
+}
+
+size_t TavrelScenarioNode::getChildIndex(const ScenarioNode* child) const {
+    for (size_t i = 0; i < children.size(); ++i)
+        if (children[i].get() == child)
+            return i;
+    throw new Exception("The child element " + child->getName() +
+                            " was not found in parent scenario element " + section->getName(),
+                        ExceptionCodeGeneric);
+}
+
+size_t TavrelScenarioNode::getParameterNumber() const {
+    // Counted on the section, so that it tells the section's present state.
+    size_t count = 0;
+    const cfg::Section::ParameterIterator end = section->endParameter();
+    for (cfg::Section::ParameterIterator it = section->beginParameter(); it != end; ++it)
+        ++count;
+    return count;
+}
+
+ScenarioParameter* TavrelScenarioNode::getParameter(const std::string& id) const {
+    for (const auto& parameter : parameters)
+        if (parameter->getId() == id)
+            return parameter.get();
+    throw new Exception("No child parameter with id=" + id + " in scenario element : " + getName(),
+                        ExceptionCodeGeneric);
+}
+
+ScenarioParameter* TavrelScenarioNode::getParameter(size_t index) const {
+    if (index >= parameters.size())
+        throw new Exception(std::string("Out of bound child index of the scenario parameter : ") +
+                                section->getName(),
+                            ExceptionCodeGeneric);
+    return parameters[index].get();
+}
+
+void TavrelScenarioNode::getParameters(std::vector<ScenarioParameter*>& out) const {
+    out.clear();
+    out.reserve(parameters.size());
+    for (const auto& parameter : parameters)
+        out.push_back(parameter.get());
+}
+
+size_t TavrelScenarioNode::getParameterIndex(const ScenarioParameter* parameter) const {
+    for (size_t i = 0; i < parameters.size(); ++i)
+        if (parameters[i].get() == parameter)
+            return i;
+    throw new Exception("The child parameter " + parameter->getName() + " was not found in parent element " +
+                            section->getName(),
+                        ExceptionCodeGeneric);
+}
+
+std::string TavrelScenarioNode::getNodeId() const {
+    return parent ? parent->getNodeId() + "/" + getId() : "/sce/" + getId();
+}
+
+} // namespace TavrelScenarioTemplateDb

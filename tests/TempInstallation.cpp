@@ -1,0 +1,81 @@
+#include "TempInstallation.h"
+
+#include <Poco/File.h>
+#include <Poco/Path.h>
+#include <Poco/TemporaryFile.h>
+
+#include <climits>
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+
+TempInstallation::TempInstallation() {
+    folder = Poco::TemporaryFile::tempName();
+    Poco::File(folder).createDirectories();
+    // Resolve symbolic links in the temporary folder's path so that paths
+    // compare equal to the ones the library builds.
+    char resolved[4096];
+    if (::realpath(folder.c_str(), resolved))
+        folder = resolved;
+}
+
+TempInstallation::~TempInstallation() {
+    try {
+        Poco::File(folder).remove(true);
+    } catch (...) {
+    }
+}
+
+std::string TempInstallation::path(const std::string& relative) const {
+    return folder + "/" + relative;
+}
+
+std::string TempInstallation::write(const std::string& relative, const std::string& content) const {
+    const std::string file = path(relative);
+    Poco::File(Poco::Path(file).parent()).createDirectories();
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    out << content;
+    if (!out)
+        throw std::runtime_error("cannot write " + file);
+    return file;
+}
+
+std::string TempInstallation::makeFolder(const std::string& relative) const {
+    const std::string made = path(relative);
+    Poco::File(made).createDirectories();
+    return made;
+}
+
+std::string TempInstallation::addScenario(const std::string& projectRoot, const std::string& relative) const {
+    return write("projects/" + projectRoot + "/data/scenario/" + relative,
+                 "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Scenario name=\"" + relative +
+                     "\" description=\"\"/>\n");
+}
+
+void TempInstallation::addConfiguration(const std::string& name, const std::string& version,
+                                        const std::vector<std::string>& roots, bool createData) {
+    std::string configurationFolder = "config/" + std::to_string(configurations.size());
+    std::string datapath;
+    for (const std::string& root : roots) {
+        if (!datapath.empty())
+            datapath += ";";
+        datapath += "../../projects/" + root;
+        if (createData)
+            makeFolder("projects/" + root + "/data/scenario");
+    }
+    std::string ini = "[configuration]\n";
+    if (!version.empty())
+        ini += "version = " + version + "\n";
+    ini += "datapath = " + datapath + "\n";
+    write(configurationFolder + "/configuration.ini", ini);
+    configurations.push_back(Configuration{name, configurationFolder});
+}
+
+std::string TempInstallation::writeInstallationFile(const std::string& current) const {
+    std::string text;
+    if (!current.empty())
+        text += "[installation]\ncurrent = " + current + "\n\n";
+    for (const Configuration& c : configurations)
+        text += "[configuration " + c.name + "]\npath = " + c.folder + "\n\n";
+    return write("tavrel.cfg", text);
+}

@@ -1,0 +1,144 @@
+// tavrel browse and tavrel uri, run as a user runs them.
+#include "TempInstallation.h"
+
+#include <nlohmann/json.hpp>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <set>
+#include <sys/wait.h>
+
+namespace {
+
+struct ToolRun {
+    int status;
+    std::string output;
+};
+
+// Runs the tool with `arguments` (already quoted for the shell), stderr into the output.
+ToolRun tavrel(const std::string& arguments) {
+    const std::string command = "env -u TAVREL_CONFIG '" TAVREL_TOOL "' " + arguments + " 2>&1";
+    ToolRun run{-1, std::string()};
+    FILE* pipe = ::popen(command.c_str(), "r");
+    if (!pipe)
+        return run;
+    std::array<char, 4096> buffer;
+    size_t n;
+    while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
+        run.output.append(buffer.data(), n);
+    int status = ::pclose(pipe);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+std::string quoted(const std::string& text) {
+    return "'" + text + "'";
+}
+
+} // namespace
+
+TEST(Browse, SampleInstallationAsJson) {
+    ToolRun run = tavrel("browse --json");
+    ASSERT_EQ(run.status, 0) << run.output;
+    auto tree = nlohmann::json::parse(run.output);
+    EXPECT_EQ(tree["installation"], "${TAVREL_HOME}/tavrel.cfg");
+    EXPECT_EQ(tree["uri"], "tavrel://${TAVREL_HOME}/tavrel.cfg");
+    ASSERT_EQ(tree["versions"].size(), 2u);
+    EXPECT_EQ(tree["versions"][0]["version"], "2.4.1");
+    EXPECT_EQ(tree["versions"][1]["version"], "3.0");
+    std::vector<std::string> configurations;
+    for (const auto& version : tree["versions"])
+        for (const auto& configuration : version["configurations"])
+            configurations.push_back(configuration["name"].get<std::string>());
+    // The configuration without a readable version is not shown.
+    EXPECT_EQ(configurations, (std::vector<std::string>{"Default", "Night Driving", "Training"}));
+
+    const auto& common = tree["versions"][0]["configurations"][0]["directories"][0];
+    EXPECT_EQ(common["index"], 0);
+    EXPECT_EQ(common["path"], TAVREL_SOURCE_DIR "/examples/installation/projects/common");
+    std::set<std::string> paths;
+    for (const auto& scenario : common["scenarios"])
+        paths.insert(scenario["path"].get<std::string>());
+    EXPECT_EQ(paths, (std::set<std::string>{"highway.sce", "city/crossing.sce", "city/roundabout.sce",
+                                            "city/night/tunnel.sce", "emergency/braking.sce"}));
+}
+
+TEST(Browse, FiltersAndUri) {
+    const std::string installation = "--installation " + quoted(TAVREL_SAMPLE_INSTALLATION);
+    ToolRun run = tavrel("browse " + installation + " --version 3.0 --configuration Training");
+    ASSERT_EQ(run.status, 0) << run.output;
+    EXPECT_EQ(run.output.find("installation ${TAVREL_HOME}/tavrel.cfg\n"
+                              "uri tavrel://${TAVREL_HOME}/tavrel.cfg?version=3.0&config=Training\n"
+                              "version 3.0\n  configuration Training\n    directory 0: "),
+              0u)
+        << run.output;
+    EXPECT_EQ(run.output.find("2.4.1"), std::string::npos);
+
+    run = tavrel("uri " + installation + " --configuration 'Night Driving'");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output, "tavrel://${TAVREL_HOME}/tavrel.cfg?config=Night Driving\n");
+}
+
+TEST(Browse, MissingDataFolderIsAnErrorLineAndTheWalkGoesOn) {
+    TempInstallation t;
+    t.addConfiguration("Broken", "1.0", {"gone"}, false);
+    t.addConfiguration("Fine", "1.0", {"here"});
+    t.addScenario("here", "x.sce");
+    const std::string file = t.writeInstallationFile();
+    ToolRun run = tavrel("browse --installation " + quoted(file));
+    ASSERT_EQ(run.status, 0) << run.output;
+    const std::string expected = "version 1.0\n"
+                                 "  configuration Broken\n"
+                                 "    error: Data Path [" +
+                                 t.path("projects/gone/data/scenario") +
+                                 "] is inaccessible! (code 16)\n"
+                                 "  configuration Fine\n"
+                                 "    directory 0: " +
+                                 t.path("projects/here") +
+                                 "\n"
+                                 "      x.sce\n";
+    EXPECT_NE(run.output.find(expected), std::string::npos) << run.output;
+}
+
+TEST(Browse, FailuresGoToStderrWithStatusOne) {
+    ToolRun run = tavrel("browse --installation /nonexistent/tavrel.cfg");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output,
+              "error: Tavrel configuration file [/nonexistent/tavrel.cfg] doesn't exists! (code -1)\n");
+
+    TempInstallation t;
+    t.addConfiguration("Broken", "1.0", {"gone"}, false);
+    run = tavrel("uri --installation " + quoted(t.writeInstallationFile()) + " --configuration Broken");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output, "error: Data Path [" + t.path("projects/gone/data/scenario") +
+                              "] is inaccessible! (code 16)\n");
+}
+
+TEST(Browse, NamesLoadEachScenario) {
+    TempInstallation t;
+    t.addConfiguration("Main", "1.0", {"p"});
+    t.addScenario("p", "good.sce");
+    const std::string file = t.writeInstallationFile();
+    ToolRun run = tavrel("browse --json --names --installation " + quoted(file));
+    ASSERT_EQ(run.status, 0) << run.output;
+    auto scenarios =
+        nlohmann::json::parse(run.output)["versions"][0]["configurations"][0]["directories"][0]["scenarios"];
+    ASSERT_EQ(scenarios.size(), 1u);
+    EXPECT_EQ(scenarios[0]["name"], "good.sce");
+
+    // A file that can't be loaded shows its error and the walk goes on.
+    t.write("projects/p/data/scenario/bad.sce", "not a scenario");
+    run = tavrel("browse --json --names --installation " + quoted(file));
+    ASSERT_EQ(run.status, 0) << run.output;
+    scenarios =
+        nlohmann::json::parse(run.output)["versions"][0]["configurations"][0]["directories"][0]["scenarios"];
+    ASSERT_EQ(scenarios.size(), 2u);
+    for (const auto& scenario : scenarios) {
+        if (scenario["path"] == "bad.sce")
+            EXPECT_EQ(scenario["error"]["code"], 24) << scenario.dump();
+        else
+            EXPECT_EQ(scenario["name"], "good.sce");
+    }
+}

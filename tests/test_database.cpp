@@ -1,0 +1,269 @@
+// The installation database: versions, configurations, scenario directories and
+// scenario files, with every failure checked for message, code and form.
+#include "TempInstallation.h"
+#include "Thrown.h"
+
+#include <ScenarioTemplateDb/Exception.h>
+#include <TavrelScenarioTemplateDb/TavrelScenarioTemplateDatabase.h>
+#include <environment/lmkUtils/EnvConfig.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <unistd.h>
+
+using ScenarioTemplateDb::Exception;
+using TavrelScenarioTemplateDb::ScenarioPath;
+using TavrelScenarioTemplateDb::TavrelScenarioTemplateDatabase;
+
+namespace {
+
+// Versions "1.0" (A, B), "10" (C), "9" (E, whose second root is missing), and D
+// without a version.
+class DatabaseTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        t.addConfiguration("A", "1.0", {"one", "two"});
+        t.addConfiguration("B", "1.0", {"two"});
+        t.addConfiguration("C", "10", {"three"});
+        t.addConfiguration("D", "", {"one"});
+        t.addConfiguration("E", "9", {"one", "missing"}, false);
+        file = t.writeInstallationFile();
+    }
+    TavrelScenarioTemplateDatabase open(const std::string& version = "*",
+                                        const std::string& configuration = "*") {
+        return TavrelScenarioTemplateDatabase(file, version, configuration);
+    }
+    std::vector<std::string> relativePaths(const TavrelScenarioTemplateDatabase& db, const std::string& c,
+                                           size_t index) {
+        std::vector<ScenarioPath> paths;
+        db.getScenarioPaths(c, index, paths);
+        std::vector<std::string> relative;
+        for (const ScenarioPath& p : paths)
+            relative.push_back(p.second);
+        return relative;
+    }
+
+    TempInstallation t;
+    std::string file;
+};
+
+} // namespace
+
+TEST_F(DatabaseTest, ConstructorChecksTheFileOnlyWhenItChanges) {
+    Exception e = thrown([&] {
+        open();
+        TavrelScenarioTemplateDatabase(t.path("nope.cfg"), "*", "*");
+    });
+    EXPECT_EQ(e.code, -1);
+    EXPECT_EQ(e.message, "Tavrel configuration file [" + t.path("nope.cfg") + "] doesn't exists!");
+    EXPECT_EQ(lmkUtils::EnvConfig::ourConfigCfgFile, file);
+
+    // Expanded before the test and in the message; the emptiness test is on the argument.
+    ::setenv("TAVREL_TEST_ROOT", t.root().c_str(), 1);
+    e = thrown([] { TavrelScenarioTemplateDatabase("${TAVREL_TEST_ROOT}/other.cfg", "*", "*"); });
+    EXPECT_EQ(e.message, "Tavrel configuration file [" + t.path("other.cfg") + "] doesn't exists!");
+    TavrelScenarioTemplateDatabase byVariable("${TAVREL_TEST_ROOT}/tavrel.cfg", "*", "*");
+    EXPECT_EQ(byVariable.getConfigurationFilePath(), "${TAVREL_HOME}/tavrel.cfg");
+
+    // An empty path or the path in force is taken without looking at the disk.
+    ::unlink(file.c_str());
+    TavrelScenarioTemplateDatabase same(file, "*", "*");
+    TavrelScenarioTemplateDatabase empty("", "*", "A");
+    EXPECT_EQ(empty.getVersionNumber(), 1u);
+    EXPECT_EQ(lmkUtils::EnvConfig::ourConfigCfgFile, file);
+}
+
+TEST_F(DatabaseTest, ConfigurationErrorsBecomeGenericExceptions) {
+    TempInstallation broken;
+    const std::string brokenFile = broken.write("tavrel.cfg", "[configuration X]\n");
+    Exception e = thrown([&] { TavrelScenarioTemplateDatabase(brokenFile, "*", "*"); });
+    EXPECT_EQ(e.code, -1);
+    EXPECT_EQ(e.message, brokenFile + ":1: configuration 'X' has no path");
+
+    // The file in force changed on disk and no longer parses.
+    open();
+    t.write("tavrel.cfg", "[configuration A]\npath = config/0\n[oops]\n");
+    e = thrown([] { TavrelScenarioTemplateDatabase("", "*", "*"); });
+    EXPECT_EQ(e.code, -1);
+    EXPECT_EQ(e.message, file + ":3: unknown section [oops]");
+}
+
+TEST_F(DatabaseTest, VersionsAreUniqueInTextOrderWithoutUnreadableOnes) {
+    auto db = open();
+    std::set<std::string> versions{"stale"};
+    db.getVersions(versions);
+    EXPECT_EQ(versions, (std::set<std::string>{"1.0", "10", "9"}));
+    EXPECT_EQ(db.getVersionNumber(), 3u);
+    EXPECT_EQ(db.getVersion(0), "1.0");
+    EXPECT_EQ(db.getVersion(1), "10");
+    EXPECT_EQ(db.getVersion(2), "9");
+
+    Exception e = thrown([&] { db.getVersion(3); });
+    EXPECT_EQ(e.code, 4);
+    EXPECT_EQ(e.message,
+              "Invalid version index : 3\nCurrent Tavrel installation ${TAVREL_HOME}/tavrel.cfg only "
+              "contain 3 different versions.");
+
+    e = thrown([&] { db.getConfigurationVersion("D"); });
+    EXPECT_EQ(e.code, -1);
+    EXPECT_EQ(e.message, "Unable to get version for configuration D (" + t.path("config/3") + ")");
+    EXPECT_EQ(thrown([&] { db.getConfigurationVersion("Z"); }).message,
+              "Unable to get version for configuration Z ()");
+    EXPECT_EQ(db.getConfigurationVersion("C"), "10");
+}
+
+TEST_F(DatabaseTest, FiltersNarrowListingsByWholeText) {
+    EXPECT_EQ(open("10").getVersionNumber(), 1u);
+    EXPECT_EQ(open("*", "B").getVersion(0), "1.0");
+    EXPECT_EQ(open("1", "*").getVersionNumber(), 0u);
+    EXPECT_EQ(open("", "*").getVersionNumber(), 0u);
+    EXPECT_EQ(open("*", "D").getVersionNumber(), 0u);
+
+    Exception e = thrown([&] { open("7.7").getVersion(0); });
+    EXPECT_EQ(e.code, 4);
+    EXPECT_EQ(e.message,
+              "Invalid version index : 0\nCurrent Tavrel installation ${TAVREL_HOME}/tavrel.cfg only "
+              "contain 0 different versions.");
+
+    std::vector<std::string> configurations{"stale"};
+    open().getConfigurationsForVersion("1.0", configurations);
+    EXPECT_EQ(configurations, (std::vector<std::string>{"A", "B"}));
+    open("*", "B").getConfigurationsForVersion("1.0", configurations);
+    EXPECT_EQ(configurations, std::vector<std::string>{"B"});
+    open("10").getConfigurationsForVersion("1.0", configurations);
+    EXPECT_TRUE(configurations.empty());
+
+    auto db = open();
+    EXPECT_EQ(db.getConfigurationNumber("1.0"), 2u);
+    EXPECT_EQ(db.getConfiguration("1.0", 1), "B");
+    e = thrown([&] { db.getConfiguration("1.0", 2); });
+    EXPECT_EQ(e.code, 4);
+    EXPECT_EQ(e.message, "Invalid configuration index : 2\nCurrent version 1.0 only contain 2 different "
+                         "configurations.");
+}
+
+TEST_F(DatabaseTest, ScenarioDirectoriesFollowTheDataPath) {
+    auto db = open("*", "A");
+    const std::vector<std::string> expected{t.path("projects/one/data/scenario"),
+                                            t.path("projects/two/data/scenario")};
+    EXPECT_EQ(db.getScenarioDirectories(), expected);
+    EXPECT_EQ(lmkUtils::EnvConfig::getCurrentConfiguration(), "A");
+    EXPECT_EQ(db.getScenarioDirectoryNumber("A"), 2u);
+    EXPECT_EQ(db.getScenarioDirectory("A", 1), expected[1]);
+    EXPECT_TRUE(open().getScenarioDirectories().empty());
+
+    Exception e = thrown([&] { db.getScenarioDirectory("A", 2); });
+    EXPECT_EQ(e.code, -1);
+    EXPECT_EQ(e.message, "Invalid scenario directory index 2 in configuration A");
+}
+
+TEST_F(DatabaseTest, MissingDataFolderMakesTheConfigurationUnusable) {
+    const std::string missing = t.path("projects/missing/data/scenario");
+    Exception e = thrown([&] { open("*", "E"); });
+    EXPECT_EQ(e.code, 16);
+    EXPECT_EQ(e.message, "Data Path [" + missing + "] is inaccessible!");
+
+    auto db = open();
+    std::vector<std::string> directories;
+    e = thrown([&] { db.getConfigurationScenarioDirectories("E", directories); });
+    EXPECT_EQ(directories, std::vector<std::string>{t.path("projects/one/data/scenario")});
+    EXPECT_EQ(thrown([&] { db.getScenarioDirectoryNumber("E"); }).code, 16);
+    EXPECT_EQ(thrown([&] { db.getScenariosNumber("E", 0); }).code, 16);
+
+    // Each inaccessible root once, in brackets; "data/scenario" a file counts too.
+    std::filesystem::remove_all(t.path("projects/two/data/scenario"));
+    t.write("projects/two/data/scenario", "not a folder");
+    e = thrown([&] { db.getScenarioDirectoryNumber("A"); });
+    EXPECT_EQ(e.message, "Data Path [" + t.path("projects/two/data/scenario") + "] is inaccessible!");
+    t.write(
+        "config/1/configuration.ini",
+        "[configuration]\nversion = 1.0\ndatapath = ../../projects/x;../../projects/y;../../projects/x\n");
+    e = thrown([&] { db.getScenarioDirectoryNumber("B"); });
+    const std::string x = "[" + t.path("projects/x/data/scenario") + "] ";
+    const std::string y = "[" + t.path("projects/y/data/scenario") + "] ";
+    EXPECT_TRUE(e.message == "Data Path " + x + y + "is inaccessible!" ||
+                e.message == "Data Path " + y + x + "is inaccessible!")
+        << e.message;
+}
+
+TEST_F(DatabaseTest, ScenarioFilesAreFilteredAndRelative) {
+    t.addScenario("one", "top.sce");
+    t.addScenario("one", "sub/inner.sce");
+    t.addScenario("one", "sub/deeper/deep.sce");
+    t.addScenario("one", "CAPS.SCE");
+    t.addScenario("one", "a.sce.bak");
+    t.addScenario("one", "old.sce/hidden.txt");
+    t.addScenario("one", "zz.sce");
+    auto db = open("*", "A");
+
+    std::vector<ScenarioPath> paths;
+    db.getScenarioPaths("A", 0, paths);
+    ASSERT_EQ(paths.size(), 4u);
+    for (const ScenarioPath& p : paths)
+        EXPECT_EQ(p.first, "${TAVREL_HOME}/projects/one/data/scenario");
+    std::vector<std::string> relative = relativePaths(db, "A", 0);
+    // A folder's files come before its subfolders' files.
+    std::vector<std::string> topLevel(relative.begin(), relative.begin() + 2);
+    std::sort(topLevel.begin(), topLevel.end());
+    EXPECT_EQ(topLevel, (std::vector<std::string>{"top.sce", "zz.sce"}));
+    EXPECT_EQ(relative[2], "sub/inner.sce");
+    EXPECT_EQ(relative[3], "sub/deeper/deep.sce");
+
+    EXPECT_EQ(db.getScenariosNumber("A", 0), 4u);
+    EXPECT_EQ(db.getScenarioPath("A", 0, 2).second, "sub/inner.sce");
+    EXPECT_EQ(db.getScenarioIndex("A", 0, "sub/deeper/deep.sce"), 3);
+    EXPECT_EQ(db.getScenarioIndex("A", 0, relative[0]), 0);
+    // An absent path answers the last position; an empty directory -1.
+    EXPECT_EQ(db.getScenarioIndex("A", 0, "absent.sce"), 3);
+    EXPECT_EQ(db.getScenarioIndex("A", 1, "absent.sce"), -1);
+    EXPECT_EQ(db.getScenariosNumber("A", 1), 0u);
+
+    Exception e = thrown([&] { db.getScenarioPath("A", 1, 5); });
+    EXPECT_EQ(e.code, -1);
+    EXPECT_EQ(e.message, "Invalid scenario template index 5 in configuration A directory 5");
+    EXPECT_EQ(thrown([&] { db.getScenarioPaths("A", 9, paths); }).message,
+              "Invalid scenario directory index 9 in configuration A");
+}
+
+TEST_F(DatabaseTest, DirectoryOfAPathSearchesTheFilteredConfiguration) {
+    t.addScenario("two", "x/found.sce");
+    t.addScenario("one", "first.sce");
+    auto db = open("*", "A");
+    EXPECT_EQ(db.getScenarioDirectory("x/found.sce"), t.path("projects/two/data/scenario"));
+    EXPECT_EQ(&db.getScenarioDirectory("x/found.sce"), &db.getScenarioDirectories()[1]);
+    EXPECT_EQ(db.getScenarioDirectory("first.sce"), t.path("projects/one/data/scenario"));
+    EXPECT_EQ(db.getScenarioDirectory("x\\found.sce"), "");
+    EXPECT_EQ(db.getScenarioDirectory("absent.sce"), "");
+    EXPECT_EQ(open().getScenarioDirectory("first.sce"), "");
+}
+
+TEST_F(DatabaseTest, UnreadableTreeFailsTheListingWithDirectoryAccess) {
+    t.addScenario("one", "a.sce");
+    const std::string dangling = t.path("projects/one/data/scenario/sub");
+    t.makeFolder("projects/one/data/scenario/sub");
+    const std::string link = dangling + "/broken";
+    ASSERT_EQ(::symlink("nowhere", link.c_str()), 0);
+    auto db = open("*", "A");
+
+    std::vector<ScenarioPath> paths;
+    Exception e = thrown([&] { db.getScenarioPaths("A", 0, paths); });
+    EXPECT_EQ(e.code, 16);
+    EXPECT_EQ(e.message, "Cannot list scenarios : File not found: " + link);
+    // What was found before the failure stays.
+    EXPECT_EQ(paths.size(), 1u);
+}
+
+TEST_F(DatabaseTest, CopiesKeepTheFiltersAndDirectories) {
+    auto db = open("1.0", "A");
+    TavrelScenarioTemplateDatabase copy(db);
+    EXPECT_EQ(copy.getVersionFilter(), "1.0");
+    EXPECT_EQ(copy.getConfigurationFilter(), "A");
+    EXPECT_EQ(copy.getScenarioDirectories(), db.getScenarioDirectories());
+    copy = open();
+    EXPECT_EQ(copy.getConfigurationFilter(), "*");
+    EXPECT_TRUE(copy.getScenarioDirectories().empty());
+}

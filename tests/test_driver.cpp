@@ -1,0 +1,100 @@
+// The driver: its URI and scenarios by path.
+#include "TempInstallation.h"
+#include "Thrown.h"
+
+#include <ScenarioTemplateDb/DatabaseDirectory.h>
+#include <ScenarioTemplateDb/Exception.h>
+#include <TavrelScenarioTemplateDb/TavrelDatabaseDriver.h>
+#include <TavrelScenarioTemplateDb/TavrelScenario.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+
+using ScenarioTemplateDb::Exception;
+using TavrelScenarioTemplateDb::TavrelDatabaseDriver;
+using TavrelScenarioTemplateDb::TavrelScenario;
+
+namespace {
+
+class DriverTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        t.addConfiguration("Main", "1.2", {"one", "two"});
+        t.addConfiguration("Other Name", "1.2", {"two"});
+        t.addScenario("two", "city/street.sce");
+        file = t.writeInstallationFile();
+    }
+    TempInstallation t;
+    std::string file;
+};
+
+std::string notFound(const std::string& path, const std::string& configuration) {
+    return "Could not find scenario : \"" + path + "\" in the data path of the configuration : \"" +
+           configuration + "\". Please ensure that your configuration is correct.";
+}
+
+} // namespace
+
+TEST_F(DriverTest, UriShowsTheFileAndTheFiltersOtherThanStar) {
+    const std::string base = "tavrel://${TAVREL_HOME}/tavrel.cfg";
+    const struct {
+        std::string version, configuration, query;
+    } cases[] = {
+        {"*", "*", ""},
+        {"1.2", "*", "?version=1.2"},
+        {"*", "Other Name", "?config=Other Name"},
+        {"1.2", "Main", "?version=1.2&config=Main"},
+        {"", "*", "?version="},
+        {"**", "*", "?version=**"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(TavrelDatabaseDriver(file, c.version, c.configuration).getURI(), base + c.query);
+}
+
+TEST_F(DriverTest, UriFollowsTheInstallationInForceAndCopiesShareIt) {
+    TavrelDatabaseDriver driver(file, "1.2", "*");
+    TavrelDatabaseDriver copy(driver);
+    EXPECT_EQ(copy.getURI(), driver.getURI());
+    TempInstallation other;
+    other.addConfiguration("X", "1", {"p"});
+    const std::string otherFile = other.write("elsewhere/install.cfg", "[configuration X]\npath = x\n");
+    TavrelDatabaseDriver second(otherFile, "*", "*");
+    EXPECT_EQ(driver.getURI(), "tavrel://${TAVREL_HOME}/install.cfg?version=1.2");
+    copy = second;
+    EXPECT_EQ(copy.getURI(), "tavrel://${TAVREL_HOME}/install.cfg");
+}
+
+TEST_F(DriverTest, FailsAsTheDatabaseDoes) {
+    Exception e = thrown([&] { TavrelDatabaseDriver(t.path("none.cfg"), "*", "*"); });
+    EXPECT_EQ(e.code, -1);
+    EXPECT_EQ(e.message, "Tavrel configuration file [" + t.path("none.cfg") + "] doesn't exists!");
+}
+
+TEST_F(DriverTest, ScenariosByPathComeFromTheFilteredConfiguration) {
+    TavrelDatabaseDriver driver(file, "*", "Main");
+    std::unique_ptr<TavrelScenario> scenario(driver.createTavrelScenario("Label", "city/street.sce"));
+    EXPECT_EQ(scenario->getPath(), "city/street.sce");
+    // The directory as the database found it: concrete, not in generic form.
+    EXPECT_EQ(scenario->getFilePath(), t.path("projects/two/data/scenario/city/street.sce"));
+    EXPECT_EQ(driver.getScenario("city/street.sce")->getPath(), "city/street.sce");
+
+    for (std::string path : {"city\\street.sce", "street.sce", "/city/street.sce"}) {
+        Exception e = thrown([&] { driver.getScenario(path); });
+        EXPECT_EQ(e.code, 24);
+        EXPECT_EQ(e.message, notFound(path, "Main"));
+    }
+    EXPECT_EQ(thrown([&] { driver.createTavrelScenario("Label", "x.sce"); }).message,
+              notFound("x.sce", "Label"));
+}
+
+TEST_F(DriverTest, WithoutConfigurationFilterNoScenarioIsFoundByPath) {
+    TavrelDatabaseDriver driver(file, "*", "*");
+    Exception e = thrown([&] { driver.getScenario("city/street.sce"); });
+    EXPECT_EQ(e.code, 24);
+    EXPECT_EQ(e.message, notFound("city/street.sce", "*"));
+    // The tree still lists it.
+    auto directory = driver.getRootDirectory()->getDirectory(0)->getDirectory(0)->getDirectory(1);
+    EXPECT_EQ(directory->getScenario(0)->getPath(), "city/street.sce");
+}
