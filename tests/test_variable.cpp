@@ -251,6 +251,11 @@ TEST_F(VariableTest, FillValueHonoursTheCallersTag) {
     variable.FillValue(integer);
     EXPECT_EQ(integer.number, 9.0f);
     EXPECT_EQ(log.str(), "\x03Var 12: types INTEGER and FLOAT are different\n");
+    log.str("");
+    ParameterValue unknownTag;
+    unknownTag.tag = 9;
+    variable.FillValue(unknownTag);
+    EXPECT_EQ(log.str(), "\x03Var 12: types  and FLOAT are different\n");
 
     log.str("");
     variable.type = "unknown";
@@ -267,15 +272,4 @@ TEST_F(VariableTest, FillValueHonoursTheCallersTag) {
     flag.number = 5.0f;
     variable.FillValue(flag);
     EXPECT_EQ(flag.number, 0.0f);
-}
-
-TEST_F(VariableTest, TypeTagsAndNames) {
-    const char* names[] = {"INTEGER", "FLOAT", "BOOL", "STRING", "VOID"};
-    for (int tag = 0; tag < 5; ++tag) {
-        EXPECT_EQ(TypeTagOf(names[tag]), tag);
-        EXPECT_EQ(TypeNameOf(tag), names[tag]);
-    }
-    EXPECT_EQ(TypeTagOf("float"), 4);
-    EXPECT_EQ(TypeNameOf(5), "");
-    EXPECT_EQ(TypeNameOf(-1), "");
 }

@@ -74,7 +74,7 @@ struct NestingGuard {
 } // namespace
 
 ScenarioTextStream::ScenarioTextStream(const char* buffer, size_t length)
-    : begin(buffer), end(buffer + length), cursor(buffer) {
+    : begin(buffer), end(buffer != nullptr ? buffer + length : nullptr), cursor(buffer) {
     if (buffer == nullptr)
         AssertAbort("core/include/scenario/ScenarioItem", 394);
     while (cursor < end && IsSeparator(*cursor)) {
