@@ -281,17 +281,16 @@ ScenarioItem* ScenarioItem::Clone() {
 
 bool ScenarioItem::Save(std::ostream& out) {
     WriteHeader(out, kind, name);
-    for (int32_t i = 0; i < scenarioDepth; ++i)
-        out.put('\t');
-    out << "{\n";
+    std::string brace(static_cast<size_t>(scenarioDepth > 0 ? scenarioDepth : 0), '\t');
+    brace += "{\n";
+    out.write(brace.data(), static_cast<std::streamsize>(brace.size()));
     ++scenarioDepth;
     SaveAttributes(out);
     if (!IsIndexEntry())
         SaveChildren(out);
     --scenarioDepth;
-    for (int32_t i = 0; i < scenarioDepth; ++i)
-        out.put('\t');
-    out << "}\n";
+    brace[brace.size() - 2] = '}';
+    out.write(brace.data(), static_cast<std::streamsize>(brace.size()));
     return true;
 }
 

@@ -61,11 +61,6 @@ void LogMessage(char severity, const std::string& text) {
     *scenarioLog << text << std::endl;
 }
 
-void WriteTabs(std::ostream& out) {
-    for (int32_t i = 0; i < scenarioDepth; ++i)
-        out.put('\t');
-}
-
 struct NestingGuard {
     NestingGuard() { ++readNesting; }
     ~NestingGuard() { --readNesting; }
@@ -332,19 +327,32 @@ ScenarioItem* LoadScenarioFile(const char* path, std::ostream* log, bool headerO
 }
 
 void WriteHeader(std::ostream& out, uint32_t kind, const std::string& name) {
-    out.put('\n');
-    WriteTabs(out);
-    out << "TYPEOF " << KindKeyword(kind);
-    if (!name.empty())
-        out << " (" << name << ')';
-    out.put('\n');
+    // Each line is put together first and handed to the stream in one write; the
+    // buffer is kept between lines, as the writer runs on one thread.
+    static std::string line;
+    line.assign(1, '\n');
+    line.append(static_cast<size_t>(scenarioDepth > 0 ? scenarioDepth : 0), '\t');
+    line += "TYPEOF ";
+    line += KindKeyword(kind);
+    if (!name.empty()) {
+        line += " (";
+        line += name;
+        line += ')';
+    }
+    line += '\n';
+    out.write(line.data(), static_cast<std::streamsize>(line.size()));
 }
 
 void WriteAttribute(std::ostream& out, const char* key, const char* value) {
     if (value == nullptr)
         return;
-    WriteTabs(out);
-    out << key << "=\"" << value << "\"\n";
+    static std::string line;
+    line.assign(static_cast<size_t>(scenarioDepth > 0 ? scenarioDepth : 0), '\t');
+    line += key;
+    line += "=\"";
+    line += value;
+    line += "\"\n";
+    out.write(line.data(), static_cast<std::streamsize>(line.size()));
 }
 
 void SplitWords(const std::string& value, std::vector<std::string>& words) {

@@ -15,11 +15,12 @@ bool IsTypeWord(const std::string& text) {
     return text == "BOOL" || text == "FLOAT" || text == "INTEGER" || text == "STRING" || text == "VOID";
 }
 
-// Seventeen significant digits bring every double back exactly.
+// Seventeen significant digits bring every double back exactly. to_chars in the
+// general format writes what printf's "%.*g" writes ("inf", "-nan" included).
 std::string DoubleText(double number) {
     char text[64];
-    std::snprintf(text, sizeof(text), "%.*g", 17, number);
-    return text;
+    const auto result = std::to_chars(text, text + sizeof(text), number, std::chars_format::general, 17);
+    return std::string(text, result.ptr);
 }
 
 // The plain forms "0" and "1", and decimal numbers such as "-12.5e3", are the
