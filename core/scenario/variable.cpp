@@ -64,6 +64,15 @@ bool IsPlainDecimal(const std::string& text) {
 }
 
 double ToDouble(const std::string& text) {
+    // Whole numbers of up to 15 digits are exact in a double.
+    if (!text.empty() && text.size() <= 15) {
+        uint64_t whole = 0;
+        size_t i = 0;
+        while (i < text.size() && text[i] >= '0' && text[i] <= '9')
+            whole = whole * 10 + static_cast<uint64_t>(text[i++] - '0');
+        if (i == text.size())
+            return static_cast<double>(whole);
+    }
     if (IsPlainDecimal(text)) {
         double number = 0.0;
         const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
