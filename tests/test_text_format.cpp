@@ -295,7 +295,7 @@ TEST_F(TextFormat, SkipBlockBalancesBracesAndStopsAtTheEnd) {
 }
 
 TEST_F(TextFormat, ReaderAssertions) {
-    EXPECT_ASSERTION(ScenarioTextStream(nullptr, 0), "core/include/scenario/ScenarioItem", 394);
+    EXPECT_ASSERTION(ScenarioTextStream(nullptr, 16), "core/include/scenario/ScenarioItem", 394);
     EXPECT_ASSERTION(LoadScenarioFile(nullptr, nullptr, false), "ScenarioItem", 466);
     // TOKEN has a keyword but no class.
     EXPECT_ASSERTION(Parse("TYPEOF TOKEN (t)\r\n{\r\n}\r\n"), "ScenarioItem", 122);

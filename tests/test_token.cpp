@@ -167,17 +167,6 @@ TEST_F(TokenTest, ValidityComesFromTheChildrenBeforeTheDisplayText) {
     EXPECT_ASSERTION(ResetMarks(&holder), "token", 365);
 }
 
-TEST_F(TokenTest, ResetMarksClearsTheWholeSubtree) {
-    StoreToken task(ITEM_TASK, "t");
-    StoreToken* rule = AddToken(&task, ITEM_RULE, "r");
-    StoreToken* variable = AddToken(rule, ITEM_VARIABLE, "1");
-    task.mark = rule->mark = variable->mark = true;
-    ResetMarks(&task);
-    EXPECT_FALSE(task.mark);
-    EXPECT_FALSE(rule->mark);
-    EXPECT_FALSE(variable->mark);
-}
-
 TEST_F(TokenTest, DuplicateDefinitionsTakeTheSmallestFreeNumber) {
     StoreToken* second = AddToken(parameters, ITEM_PARAMETER, "speed");
     StoreToken* third = AddToken(parameters, ITEM_PARAMETER, "speed");

@@ -114,6 +114,45 @@ TEST_F(VariableTest, BoolsAndNumbersConvertAsLexicalCastDoes) {
     }
 }
 
+TEST_F(VariableTest, NumbersAndBoolsConvertExactlyAsLexicalCast) {
+    // Whatever path a text takes inside the variable, the outcome is lexical_cast's.
+    auto exact = [](double number) {
+        char text[64];
+        std::snprintf(text, sizeof(text), "%a", number);
+        return std::string(text);
+    };
+    for (const char* text : {"0",        "1",      "-0",
+                             "12",       "-12.5",  "1e5",
+                             "1E-5",     "2.5e+3", "0.1",
+                             "1e400",    "1.",     ".5",
+                             "+1",       "01",     "-",
+                             "1e",       "1-",     "e5",
+                             " 1",       "1 ",     "0x10",
+                             "inf",      "-INF",   "nan",
+                             "1,5",      "",       "123456789012345678901234567890",
+                             "4.9e-324", "1e-400"}) {
+        for (const char* key : {"INTERACTIVE_MAX_VALUE", "IS_INITIALIZATION_NEEDED_AT_START"}) {
+            const bool isBool = std::string(key)[0] == 'I' && std::string(key)[1] == 'S';
+            std::string expected, actual;
+            try {
+                expected = isBool ? std::to_string(boost::lexical_cast<bool>(std::string(text)))
+                                  : exact(boost::lexical_cast<double>(std::string(text)));
+            } catch (const boost::bad_lexical_cast&) {
+                expected = "throws";
+            }
+            try {
+                auto variable = ParseVariable(std::string("\t") + key + "=\"" + text + "\"\r\n");
+                ASSERT_NE(variable, nullptr);
+                actual = isBool ? std::to_string(variable->isInitializationNeededAtStart)
+                                : exact(variable->interactiveMaxValue);
+            } catch (const boost::bad_lexical_cast&) {
+                actual = "throws";
+            }
+            EXPECT_EQ(actual, expected) << key << "=" << text;
+        }
+    }
+}
+
 TEST_F(VariableTest, BadNumberInAFileGoesUpToTheCaller) {
     std::string path = ::testing::TempDir() + "tavrel_bad_number.mdl";
     {
@@ -212,6 +251,11 @@ TEST_F(VariableTest, FillValueHonoursTheCallersTag) {
     variable.FillValue(integer);
     EXPECT_EQ(integer.number, 9.0f);
     EXPECT_EQ(log.str(), "\x03Var 12: types INTEGER and FLOAT are different\n");
+    log.str("");
+    ParameterValue unknownTag;
+    unknownTag.tag = 9;
+    variable.FillValue(unknownTag);
+    EXPECT_EQ(log.str(), "\x03Var 12: types  and FLOAT are different\n");
 
     log.str("");
     variable.type = "unknown";
@@ -228,15 +272,4 @@ TEST_F(VariableTest, FillValueHonoursTheCallersTag) {
     flag.number = 5.0f;
     variable.FillValue(flag);
     EXPECT_EQ(flag.number, 0.0f);
-}
-
-TEST_F(VariableTest, TypeTagsAndNames) {
-    const char* names[] = {"INTEGER", "FLOAT", "BOOL", "STRING", "VOID"};
-    for (int tag = 0; tag < 5; ++tag) {
-        EXPECT_EQ(TypeTagOf(names[tag]), tag);
-        EXPECT_EQ(TypeNameOf(tag), names[tag]);
-    }
-    EXPECT_EQ(TypeTagOf("float"), 4);
-    EXPECT_EQ(TypeNameOf(5), "");
-    EXPECT_EQ(TypeNameOf(-1), "");
 }

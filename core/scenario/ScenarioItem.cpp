@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <ostream>
 
 namespace {
@@ -252,8 +253,10 @@ bool ScenarioItem::MakeUniqueLabel() {
 }
 
 ScenarioItem* ScenarioItem::Clone() {
-    ScenarioItem* copy = CreateItem(kind, name, nullptr);
-    if (copy == nullptr)
+    // Held until complete, so that nothing is left behind when a handler of the
+    // assertion below lets the program go on.
+    std::unique_ptr<ScenarioItem> copy(CreateItem(kind, name, nullptr));
+    if (!copy)
         return nullptr;
     copy->SetName(name);
     copy->label = label;
@@ -270,25 +273,24 @@ ScenarioItem* ScenarioItem::Clone() {
         if (child == nullptr)
             AssertAbort(kSource, 445);
         ScenarioItem* childCopy = child->Clone();
-        childCopy->parent = copy;
+        childCopy->parent = copy.get();
         copy->AddChild(childCopy, nullptr, true);
     }
-    return copy;
+    return copy.release();
 }
 
 bool ScenarioItem::Save(std::ostream& out) {
     WriteHeader(out, kind, name);
-    for (int32_t i = 0; i < scenarioDepth; ++i)
-        out.put('\t');
-    out << "{\n";
+    std::string brace(static_cast<size_t>(scenarioDepth > 0 ? scenarioDepth : 0), '\t');
+    brace += "{\n";
+    out.write(brace.data(), static_cast<std::streamsize>(brace.size()));
     ++scenarioDepth;
     SaveAttributes(out);
     if (!IsIndexEntry())
         SaveChildren(out);
     --scenarioDepth;
-    for (int32_t i = 0; i < scenarioDepth; ++i)
-        out.put('\t');
-    out << "}\n";
+    brace[brace.size() - 2] = '}';
+    out.write(brace.data(), static_cast<std::streamsize>(brace.size()));
     return true;
 }
 

@@ -61,11 +61,6 @@ void LogMessage(char severity, const std::string& text) {
     *scenarioLog << text << std::endl;
 }
 
-void WriteTabs(std::ostream& out) {
-    for (int32_t i = 0; i < scenarioDepth; ++i)
-        out.put('\t');
-}
-
 struct NestingGuard {
     NestingGuard() { ++readNesting; }
     ~NestingGuard() { --readNesting; }
@@ -74,7 +69,7 @@ struct NestingGuard {
 } // namespace
 
 ScenarioTextStream::ScenarioTextStream(const char* buffer, size_t length)
-    : begin(buffer), end(buffer + length), cursor(buffer) {
+    : begin(buffer), end(buffer != nullptr ? buffer + length : nullptr), cursor(buffer) {
     if (buffer == nullptr)
         AssertAbort("core/include/scenario/ScenarioItem", 394);
     while (cursor < end && IsSeparator(*cursor)) {
@@ -165,26 +160,38 @@ bool ReadHeader(ScenarioTextStream& stream, uint32_t& kind, std::string& name) {
     return true;
 }
 
-bool ReadStringAttribute(ScenarioTextStream& stream, const char* key, std::string& value) {
+bool ReadStringAttributeOfLength(ScenarioTextStream& stream, const char* key, size_t keyLength,
+                                 std::string& value) {
     const char* p = stream.cursor;
     const size_t available = static_cast<size_t>(stream.end - p);
     // A key has no NUL, so a comparison with the text's NUL fails by itself.
+    if (available < keyLength)
+        return false;
+    // Keys share long prefixes ("INTERACTIVE_"); eight bytes are compared at once.
     size_t i = 0;
-    for (; key[i] != '\0'; ++i)
-        if (i >= available || p[i] != key[i])
+    for (; i + 8 <= keyLength; i += 8) {
+        uint64_t text, wanted;
+        std::memcpy(&text, p + i, sizeof(text));
+        std::memcpy(&wanted, key + i, sizeof(wanted));
+        if (text != wanted)
             return false;
-    p += i;
+    }
+    for (; i < keyLength; ++i)
+        if (p[i] != key[i])
+            return false;
+    p += keyLength;
     // Two characters stand between key and value; the writer puts `="` there.
     for (int skipped = 0; skipped < 2; ++skipped, ++p)
         if (AtTextEnd(stream, p))
             return false;
     // The value runs to the next quote, which must come before the text ends.
-    const size_t left = static_cast<size_t>(stream.end - p);
-    const char* close = static_cast<const char*>(std::memchr(p, '"', left));
-    const size_t length = close != nullptr ? static_cast<size_t>(close - p) : left;
-    if (std::memchr(p, '\0', length) != nullptr || close == nullptr)
+    // Values are short: one plain loop finds the quote or the end of the text.
+    const char* close = p;
+    while (close < stream.end && *close != '"' && *close != '\0')
+        ++close;
+    if (close >= stream.end || *close != '"')
         return false;
-    value.assign(p, length);
+    value.assign(p, static_cast<size_t>(close - p));
     return true;
 }
 
@@ -320,19 +327,32 @@ ScenarioItem* LoadScenarioFile(const char* path, std::ostream* log, bool headerO
 }
 
 void WriteHeader(std::ostream& out, uint32_t kind, const std::string& name) {
-    out.put('\n');
-    WriteTabs(out);
-    out << "TYPEOF " << KindKeyword(kind);
-    if (!name.empty())
-        out << " (" << name << ')';
-    out.put('\n');
+    // Each line is put together first and handed to the stream in one write; the
+    // buffer is kept between lines, as the writer runs on one thread.
+    static std::string line;
+    line.assign(1, '\n');
+    line.append(static_cast<size_t>(scenarioDepth > 0 ? scenarioDepth : 0), '\t');
+    line += "TYPEOF ";
+    line += KindKeyword(kind);
+    if (!name.empty()) {
+        line += " (";
+        line += name;
+        line += ')';
+    }
+    line += '\n';
+    out.write(line.data(), static_cast<std::streamsize>(line.size()));
 }
 
 void WriteAttribute(std::ostream& out, const char* key, const char* value) {
     if (value == nullptr)
         return;
-    WriteTabs(out);
-    out << key << "=\"" << value << "\"\n";
+    static std::string line;
+    line.assign(static_cast<size_t>(scenarioDepth > 0 ? scenarioDepth : 0), '\t');
+    line += key;
+    line += "=\"";
+    line += value;
+    line += "\"\n";
+    out.write(line.data(), static_cast<std::streamsize>(line.size()));
 }
 
 void SplitWords(const std::string& value, std::vector<std::string>& words) {

@@ -15,11 +15,12 @@ bool IsTypeWord(const std::string& text) {
     return text == "BOOL" || text == "FLOAT" || text == "INTEGER" || text == "STRING" || text == "VOID";
 }
 
-// Seventeen significant digits bring every double back exactly.
+// Seventeen significant digits bring every double back exactly. to_chars in the
+// general format writes what printf's "%.*g" writes ("inf", "-nan" included).
 std::string DoubleText(double number) {
     char text[64];
-    std::snprintf(text, sizeof(text), "%.*g", 17, number);
-    return text;
+    const auto result = std::to_chars(text, text + sizeof(text), number, std::chars_format::general, 17);
+    return std::string(text, result.ptr);
 }
 
 // The plain forms "0" and "1", and decimal numbers such as "-12.5e3", are the
@@ -63,6 +64,15 @@ bool IsPlainDecimal(const std::string& text) {
 }
 
 double ToDouble(const std::string& text) {
+    // Whole numbers of up to 15 digits are exact in a double.
+    if (!text.empty() && text.size() <= 15) {
+        uint64_t whole = 0;
+        size_t i = 0;
+        while (i < text.size() && text[i] >= '0' && text[i] <= '9')
+            whole = whole * 10 + static_cast<uint64_t>(text[i++] - '0');
+        if (i == text.size())
+            return static_cast<double>(whole);
+    }
     if (IsPlainDecimal(text)) {
         double number = 0.0;
         const auto result = std::from_chars(text.data(), text.data() + text.size(), number);

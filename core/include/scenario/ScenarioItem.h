@@ -280,9 +280,18 @@ ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoa
                        bool headerOnly);
 /// Reads "TYPEOF KEYWORD (name)" at the cursor without moving it; false if malformed.
 bool ReadHeader(ScenarioTextStream& stream, uint32_t& kind, std::string& name);
+/// ReadStringAttribute with the length of the key given.
+bool ReadStringAttributeOfLength(ScenarioTextStream& stream, const char* key, size_t keyLength,
+                                 std::string& value);
 /// Matches `key="value"` at the cursor, key by prefix, without moving it; false if
 /// the key differs or the value has no closing quote.
-bool ReadStringAttribute(ScenarioTextStream& stream, const char* key, std::string& value);
+inline bool ReadStringAttribute(ScenarioTextStream& stream, const char* key, std::string& value) {
+    // Inline, so that the length of a literal key is known where it is written and
+    // most lines are turned down by their first character without a call.
+    if (stream.Peek() != key[0])
+        return false;
+    return ReadStringAttributeOfLength(stream, key, std::char_traits<char>::length(key), value);
+}
 /// Moves the cursor to the start of the next line.
 void NextLine(ScenarioTextStream& stream);
 /// Skips lines until scenarioDepth comes back to 0; false if the text ends first.

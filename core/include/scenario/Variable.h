@@ -9,10 +9,16 @@ public:
     Variable();
     ~Variable() override;
 
+    /// Nothing: a variable has no children.
     void DetachChildren() override;
+    /// Stores nothing; the child only learns this variable as its parent, so that
+    /// the reader refuses it.
     void AddChild(ScenarioItem* child, ScenarioItem* reference, bool after) override;
+    /// Nothing.
     void RemoveChild(ScenarioItem* child) override;
+    /// Nothing.
     void ReplaceChild(ScenarioItem* newChild, ScenarioItem* oldChild) override;
+    /// Nothing.
     void SwapChildren(ScenarioItem* a, ScenarioItem* b) override;
     /// Takes the token's lines and the variable's keys. A "TYPE" outside the five
     /// type words is refused; a bool or a number that doesn't convert raises

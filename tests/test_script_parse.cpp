@@ -1,0 +1,114 @@
+// tavrel script parse, run as a user runs it.
+#include "ModelTestSupport.h"
+
+#include <array>
+#include <cstdio>
+#include <iterator>
+#include <sys/wait.h>
+
+using namespace modeltest;
+
+namespace {
+
+struct ToolRun {
+    int status;
+    std::string output;
+};
+
+// Runs the tool with `arguments` (quoted for the shell already); stderr joins stdout.
+ToolRun Tavrel(const std::string& arguments) {
+    const std::string command = "'" TAVREL_TOOL "' " + arguments + " 2>&1";
+    ToolRun run{-1, std::string()};
+    FILE* pipe = ::popen(command.c_str(), "r");
+    if (pipe == nullptr)
+        return run;
+    std::array<char, 4096> buffer;
+    size_t n;
+    while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
+        run.output.append(buffer.data(), n);
+    const int status = ::pclose(pipe);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+std::string ReadAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+const std::string kSampleModel =
+    std::string(TAVREL_SOURCE_DIR) + "/examples/installation/projects/common/data/tools/nuro/nuro.mdl";
+
+using ScriptParse = TempFolder;
+
+} // namespace
+
+TEST_F(ScriptParse, SampleRootModelPrintsItsTreeAndSavesToTheSameBytes) {
+    const std::string out = folder + "/copy.mdl";
+    ToolRun run = Tavrel("script parse '" + kSampleModel + "' --save '" + out + "'");
+    EXPECT_EQ(run.status, 0) << run.output;
+    const std::string head = "FOLDER (NURO) \"Tavrel scenario model\"\n"
+                             "  FOLDER (PARAMETER_LIST) \"Parameters\"\n"
+                             "  FOLDER (FUNCTION_LIST) \"Functions\"\n";
+    EXPECT_EQ(run.output.substr(0, head.size()), head);
+    EXPECT_NE(
+        run.output.find("\n    ENUMTAB (LIGHT_STATE) \"Traffic light state\"\n      ENUM (0) \"red\"\n"),
+        std::string::npos);
+    EXPECT_EQ(ReadAll(out), ReadAll(kSampleModel));
+}
+
+TEST_F(ScriptParse, SampleRootModelHasTheListsThatDefinitionsAreLinkedThrough) {
+    std::ostringstream log;
+    ItemPtr model(LoadScenarioFile(kSampleModel.c_str(), &log, false));
+    ASSERT_NE(dynamic_cast<Folders*>(model.get()), nullptr) << log.str();
+    for (const char* list :
+         {"PARAMETER_LIST", "FUNCTION_LIST", "ACTION_LIST", "CONDITION_LIST", "ENUMTAB_LIST"})
+        EXPECT_NE(model->FindItem(ITEM_FOLDER, list, ""), nullptr) << list;
+    std::vector<ScenarioItem*> found;
+    model->CollectItemsOfKind(found, ITEM_ENUMTAB, false, true);
+    EXPECT_GE(found.size(), 2u);
+    found.clear();
+    model->CollectItemsOfKind(found, ITEM_VARIABLE, false, true);
+    EXPECT_GE(found.size(), 2u);
+    // The file is written as the writer writes, tabs and CR LF.
+    const std::string text = ReadAll(kSampleModel);
+    EXPECT_EQ(text.substr(0, 24), "\r\nTYPEOF FOLDER (NURO)\r\n");
+    EXPECT_EQ(WithCrLf(SaveText(*model)), text);
+    scenarioDepth = 0;
+}
+
+TEST_F(ScriptParse, SyntaxErrorPrintsTheRowAndFailsWithoutWriting) {
+    const std::string bad = WriteFile("bad.mdl", "TYPEOF FOLDER (a)\r\n{\r\n  LABEL=\"x\"\r\n}\r\n");
+    const std::string out = WriteFile("kept.mdl", "kept");
+    ToolRun run =
+        Tavrel("script parse '" + bad + "' --root-model '" + kSampleModel + "' --save '" + out + "'");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output, bad + " - row 3:\n  LABEL=\"x\"\n");
+    EXPECT_EQ(ReadAll(out), "kept");
+
+    ToolRun missing = Tavrel("script parse '" + folder + "/none.mdl'");
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.output, "Unable to open file " + folder + "/none.mdl\n");
+
+    const std::string number =
+        WriteFile("number.mdl", "TYPEOF VARIABLE (1)\r\n{\r\n\tINTERACTIVE_MIN_VALUE=\"x\"\r\n}\r\n");
+    ToolRun thrown = Tavrel("script parse '" + number + "'");
+    EXPECT_EQ(thrown.status, 1);
+    EXPECT_EQ(thrown.output,
+              "error: bad lexical cast: source type value could not be interpreted as target (code -1)\n");
+
+    ToolRun notModel = Tavrel("script parse '" + bad + "' --root-model '" + number + "'");
+    EXPECT_EQ(notModel.status, 1);
+}
+
+TEST_F(ScriptParse, NamelessItemsSurviveTheRoundTrip) {
+    const std::string in = WriteFile("config.mdl", "TYPEOF FOLDER (f)\r\n{\r\n\tTYPEOF CONFIG\r\n\t{\r\n"
+                                                   "\t\tSTUDENT=\"s\"\r\n\t}\r\n}\r\n");
+    const std::string out = folder + "/out.mdl";
+    ToolRun first = Tavrel("script parse '" + in + "' --save '" + out + "'");
+    ASSERT_EQ(first.status, 0) << first.output;
+    EXPECT_EQ(first.output, "FOLDER (f) \"\"\n  CONFIG () \"\"\n");
+    ToolRun second = Tavrel("script parse '" + out + "'");
+    EXPECT_EQ(second.status, 0) << second.output;
+    EXPECT_EQ(second.output, first.output);
+}
