@@ -1,6 +1,6 @@
 #include <environment/SheetCfg/Sections.h>
 
-#include <cstring>
+#include <string_view>
 
 namespace cfg {
 
@@ -70,7 +70,7 @@ template <class T> std::unique_ptr<Section> make() {
 }
 
 struct Registration {
-    const char* name;
+    std::string_view name;
     std::unique_ptr<Section> (*factory)();
 };
 
@@ -95,7 +95,7 @@ const Registration registrations[] = {
 // base class lives with them.
 std::unique_ptr<Section> Section::create(const std::string& name) {
     for (const Registration& registration : registrations)
-        if (name[0] == registration.name[0] && name == registration.name)
+        if (name == registration.name)
             return registration.factory();
     return std::make_unique<Section>(name);
 }

@@ -1,7 +1,8 @@
 #include <environment/lmk/Units.h>
 
 #include <cmath>
-#include <cstring>
+#include <string_view>
+#include <unordered_map>
 
 namespace lmk {
 
@@ -97,12 +98,18 @@ const char* toText(t_unit unit) {
 }
 
 t_unit toTUnit(const char* text) {
+    // Looked up once per parameter of every file read: a hash map, not a scan.
+    static const std::unordered_map<std::string_view, t_unit> units = [] {
+        std::unordered_map<std::string_view, t_unit> map;
+        for (const UnitEntry& entry : unitTable)
+            if (*entry.text)
+                map.emplace(entry.text, entry.unit);
+        return map;
+    }();
     if (!text || !*text)
         return U_NONE;
-    for (const UnitEntry& entry : unitTable) // the first byte rules out most rows cheaply
-        if (entry.text[0] == text[0] && std::strcmp(entry.text, text) == 0)
-            return entry.unit;
-    return U_NONE;
+    const auto found = units.find(text);
+    return found == units.end() ? U_NONE : found->second;
 }
 
 double convToUnit(t_unit unit, double value) {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace cfg {
@@ -63,6 +64,7 @@ public:
         std::string& getOptions() const;
 
     private:
+        friend class Section;
         Parameter& entry() const;
         const Section* section = nullptr;
         size_t index = 0;
@@ -110,6 +112,10 @@ public:
     /// its position.
     ParameterIterator addParameter(const std::string& cname, t_ParameterType type, lmk::t_unit unit,
                                    const std::string& verbose = std::string());
+    /// The same, from texts that may be null (taken as empty); saves copies when
+    /// reading a file.
+    ParameterIterator addParameter(const char* cname, t_ParameterType type, lmk::t_unit unit,
+                                   const char* verbose);
     /// Whether the parameter at that position is declared by the section's class.
     bool isDeclared(const ParameterIterator& it) const;
 
@@ -123,6 +129,8 @@ protected:
 
 private:
     friend class ParameterIterator;
+    void append(std::string_view cname, std::string_view verbose, t_ParameterType type, lmk::t_unit unit,
+                void* field);
     std::string name;
     Section* parent = nullptr;
     std::vector<std::unique_ptr<Section>> subSections;
