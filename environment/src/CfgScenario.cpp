@@ -245,18 +245,6 @@ public:
         return false;
     }
 
-    // Section::findParameter without making a string of the name.
-    static Section::ParameterIterator find(const Section& section, const char* cname) {
-        const size_t length = std::strlen(cname);
-        const Section::ParameterIterator end = section.endParameter();
-        for (Section::ParameterIterator it = section.beginParameter(); it != end; ++it) {
-            const std::string& name = it.getCName();
-            if (name.size() == length && name[0] == cname[0] && std::memcmp(name.data(), cname, length) == 0)
-                return it;
-        }
-        return end;
-    }
-
     // The element's position is that of its '<'.
     static const char* at(const pugi::xml_node& node) { return node.name() - 1; }
 
@@ -270,9 +258,9 @@ public:
             const char* key = attribute.name();
             for (pugi::xml_attribute before = attribute.previous_attribute(); before;
                  before = before.previous_attribute())
-                if (std::strcmp(before.name(), key) == 0)
+                if (before.name()[0] == key[0] && std::strcmp(before.name(), key) == 0)
                     return fail(key, "duplicate attribute " + quoted(key));
-            Section::ParameterIterator it = find(section, key);
+            Section::ParameterIterator it = section.findParameter(key);
             if (it == section.endParameter() || !section.isDeclared(it))
                 return fail(key,
                             "attribute " + quoted(key) + " is not declared by " + quoted(section.getName()));
@@ -318,24 +306,20 @@ private:
         for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
              attribute = attribute.next_attribute()) {
             const char* key = attribute.name();
+            // Tested in the order in which the writer puts them, so the branches
+            // are predictable: this runs for every parameter of a file.
             const char** slot = nullptr;
-            switch (key[0]) { // one comparison per attribute: this runs for every parameter
-            case 'n':
-                slot = is(key, "name") ? &name : nullptr;
-                break;
-            case 't':
-                slot = is(key, "type") ? &type : nullptr;
-                break;
-            case 'u':
-                slot = is(key, "unit") ? &unit : nullptr;
-                break;
-            case 'v':
-                slot = is(key, "verbose") ? &verbose : nullptr;
-                break;
-            case 'o':
-                slot = is(key, "options") ? &options : nullptr;
+            if (is(key, "name"))
+                slot = &name;
+            else if (is(key, "type"))
+                slot = &type;
+            else if (is(key, "unit"))
+                slot = &unit;
+            else if (is(key, "verbose"))
+                slot = &verbose;
+            else if (is(key, "options")) {
+                slot = &options;
                 optionsKey = key;
-                break;
             }
             if (!slot)
                 return fail(key,
@@ -356,7 +340,7 @@ private:
             return fail(unit, "unknown unit " + quoted(unit));
         if (options && parameterType != ParameterChoice)
             return fail(optionsKey, "attribute 'options' is only allowed for a choice");
-        if (find(section, name) != section.endParameter())
+        if (section.findParameter(name) != section.endParameter())
             return fail(name,
                         "parameter " + quoted(name) + " is defined twice in " + quoted(section.getName()));
 

@@ -298,6 +298,18 @@ Section::ParameterIterator Section::findParameter(const std::string& cname) cons
     return endParameter();
 }
 
+Section::ParameterIterator Section::findParameter(const char* cname) const {
+    if (!cname)
+        return endParameter();
+    const size_t length = std::strlen(cname);
+    for (size_t i = 0; i < parameters.size(); ++i) {
+        const std::string& name = parameters[i]->cname;
+        if (name.size() == length && name[0] == cname[0] && std::memcmp(name.data(), cname, length) == 0)
+            return ParameterIterator(this, i);
+    }
+    return endParameter();
+}
+
 Section* Section::createSubSection(const char* name) {
     std::unique_ptr<Section> sub = create(name ? name : "");
     sub->parent = this;

@@ -99,6 +99,8 @@ public:
     size_t getParameterCount() const { return parameters.size(); }
     /// The parameter of that short name, or endParameter().
     ParameterIterator findParameter(const std::string& cname) const;
+    /// The same for a text (null finds nothing), without making a string of it.
+    ParameterIterator findParameter(const char* cname) const;
 
     /// Adds a new sub-section of the class registered for `name` at the end of
     /// the list and returns it.
