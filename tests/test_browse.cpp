@@ -115,3 +115,30 @@ TEST(Browse, FailuresGoToStderrWithStatusOne) {
     EXPECT_EQ(run.output, "error: Data Path [" + t.path("projects/gone/data/scenario") +
                               "] is inaccessible! (code 16)\n");
 }
+
+TEST(Browse, NamesLoadEachScenario) {
+    TempInstallation t;
+    t.addConfiguration("Main", "1.0", {"p"});
+    t.addScenario("p", "good.sce");
+    const std::string file = t.writeInstallationFile();
+    ToolRun run = tavrel("browse --json --names --installation " + quoted(file));
+    ASSERT_EQ(run.status, 0) << run.output;
+    auto scenarios =
+        nlohmann::json::parse(run.output)["versions"][0]["configurations"][0]["directories"][0]["scenarios"];
+    ASSERT_EQ(scenarios.size(), 1u);
+    EXPECT_EQ(scenarios[0]["name"], "good.sce");
+
+    // A file that can't be loaded shows its error and the walk goes on.
+    t.write("projects/p/data/scenario/bad.sce", "not a scenario");
+    run = tavrel("browse --json --names --installation " + quoted(file));
+    ASSERT_EQ(run.status, 0) << run.output;
+    scenarios =
+        nlohmann::json::parse(run.output)["versions"][0]["configurations"][0]["directories"][0]["scenarios"];
+    ASSERT_EQ(scenarios.size(), 2u);
+    for (const auto& scenario : scenarios) {
+        if (scenario["path"] == "bad.sce")
+            EXPECT_EQ(scenario["error"]["code"], 24) << scenario.dump();
+        else
+            EXPECT_EQ(scenario["name"], "good.sce");
+    }
+}

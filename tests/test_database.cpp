@@ -1,6 +1,7 @@
 // The installation database: versions, configurations, scenario directories and
 // scenario files, with every failure checked for message, code and form.
 #include "TempInstallation.h"
+#include "Thrown.h"
 
 #include <ScenarioTemplateDb/Exception.h>
 #include <TavrelScenarioTemplateDb/TavrelScenarioTemplateDatabase.h>
@@ -19,17 +20,6 @@ using TavrelScenarioTemplateDb::ScenarioPath;
 using TavrelScenarioTemplateDb::TavrelScenarioTemplateDatabase;
 
 namespace {
-
-// The Exception thrown by value by `call`; fails the test if none is.
-Exception thrown(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const Exception& e) {
-        return e;
-    }
-    ADD_FAILURE() << "no Exception thrown";
-    return Exception("", 0);
-}
 
 // Versions "1.0" (A, B), "10" (C), "9" (E, whose second root is missing), and D
 // without a version.

@@ -1,5 +1,6 @@
 // The directory tree: what each of the four levels answers and how it fails.
 #include "TempInstallation.h"
+#include "Thrown.h"
 
 #include <ScenarioTemplateDb/Exception.h>
 #include <ScenarioTemplateDb/Scenario.h>
@@ -22,16 +23,6 @@ using Directories = std::vector<std::shared_ptr<DatabaseDirectory>>;
 using Scenarios = std::vector<std::shared_ptr<Scenario>>;
 
 namespace {
-
-Exception thrown(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const Exception& e) {
-        return e;
-    }
-    ADD_FAILURE() << "no Exception thrown";
-    return Exception("", 0);
-}
 
 std::vector<std::string> names(const Directories& directories) {
     std::vector<std::string> result;

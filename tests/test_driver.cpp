@@ -1,5 +1,6 @@
 // The driver: its URI and scenarios by path.
 #include "TempInstallation.h"
+#include "Thrown.h"
 
 #include <ScenarioTemplateDb/DatabaseDirectory.h>
 #include <ScenarioTemplateDb/Exception.h>
@@ -16,16 +17,6 @@ using TavrelScenarioTemplateDb::TavrelDatabaseDriver;
 using TavrelScenarioTemplateDb::TavrelScenario;
 
 namespace {
-
-Exception thrown(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const Exception& e) {
-        return e;
-    }
-    ADD_FAILURE() << "no Exception thrown";
-    return Exception("", 0);
-}
 
 class DriverTest : public ::testing::Test {
 protected:

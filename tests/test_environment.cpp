@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
 
 using lmkUtils::EnvConfig;
@@ -184,6 +185,28 @@ TEST(InstallationFile, ReReadWhenChangedOnDisk) {
         EXPECT_EQ(std::string(e.what()), file + ":3: expected '[section]' or 'key = value'");
     }
     EXPECT_EQ(EnvConfig::getConfigurationsList().size(), 2u);
+}
+
+// The file in force at start comes from $TAVREL_CONFIG: observed in a fresh
+// process, which re-runs this test with the variable inherited.
+TEST(InstallationFileDeathTest, EnvironmentNamesTheFileInForceAtStart) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    std::unique_ptr<TempInstallation> t;
+    if (!std::getenv("TAVREL_TEST_CHILD")) {
+        t = std::make_unique<TempInstallation>();
+        t->addConfiguration("FromEnvironment", "1.0", {"p"});
+        ::setenv("TAVREL_CONFIG", t->writeInstallationFile().c_str(), 1);
+        ::setenv("TAVREL_TEST_CHILD", "1", 1);
+    }
+    EXPECT_EXIT(
+        {
+            bool inForce = EnvConfig::ourConfigCfgFile == std::getenv("TAVREL_CONFIG") &&
+                           EnvConfig::getConfigurationsList() == std::vector<std::string>{"FromEnvironment"};
+            std::exit(inForce ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+    ::unsetenv("TAVREL_CONFIG");
+    ::unsetenv("TAVREL_TEST_CHILD");
 }
 
 TEST(Versions, ParseOneToFourComponents) {
