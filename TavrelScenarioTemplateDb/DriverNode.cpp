@@ -1,11 +1,16 @@
 #include <TavrelScenarioTemplateDb/DriverNode.h>
 
 #include <ScenarioTemplateDb/Exception.h>
+#include <TavrelScenarioTemplateDb/TreeValueId.h>
 #include <environment/SheetCfg/Sections.h>
 
 #include <vector>
 
 namespace TavrelScenarioTemplateDb {
+
+bool DriverNode::hasId(const std::string& id) const {
+    return matchesTreeValueId(id, "Driver", driver->id);
+}
 
 DriverNode::DriverNode(cfg::Driver* driver, ScenarioTemplateDb::ScenarioNode* parent)
     : TavrelScenarioNode(driver, parent), driver(driver) {}

@@ -22,6 +22,8 @@ public:
     /// driver that it drives, else the driver's own name. Throws Exception by
     /// value (code -1) if the driver's section has no parent.
     std::string getName() const override;
+    /// Whether `id` is exactly the text getId() gives.
+    bool hasId(const std::string& id) const override;
 
 private:
     cfg::Driver* driver;

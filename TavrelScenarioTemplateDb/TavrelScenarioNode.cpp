@@ -17,8 +17,8 @@ namespace TavrelScenarioTemplateDb {
 
 namespace {
 
-// Sections that get a node of their own kind, or none at all ("ScenarioTemplate"
-// is bookkeeping of the editor and stays hidden from hosts).
+// Sections that get a node of their own kind, or none at all: a
+// "ScenarioTemplate" section stays hidden from hosts, whatever it holds.
 bool isPlainSection(const char* name) {
     return std::strcmp(name, "Vehicle") != 0 && std::strcmp(name, "Driver") != 0 &&
            std::strcmp(name, "ScenarioScript") != 0 && std::strcmp(name, "ScenarioTemplate") != 0;
@@ -35,18 +35,24 @@ TavrelScenarioNode::TavrelScenarioNode(cfg::Section* section, ScenarioNode* pare
     const size_t count = section->getSubSectionCount();
     for (size_t i = 0; i < count; ++i) {
         cfg::Section* sub = section->getSubSection(i);
-        if (sub && isPlainSection(sub->getName()))
-            children.emplace_back(new TavrelScenarioNode(sub, this));
+        if (sub && isPlainSection(sub->getName())) {
+            TavrelScenarioNode* child = new TavrelScenarioNode(sub, this);
+            addChild(child, child);
+        }
     }
 
     std::vector<cfg::Section*> list;
     section->getSubSections(cfg::Vehicle::sectionName(), list);
-    for (cfg::Section* sub : list)
-        children.emplace_back(new VehicleNode(dynamic_cast<cfg::Vehicle*>(sub), this));
+    for (cfg::Section* sub : list) {
+        VehicleNode* child = new VehicleNode(dynamic_cast<cfg::Vehicle*>(sub), this);
+        addChild(child, child);
+    }
 
     section->getSubSections(cfg::Driver::sectionName(), list);
-    for (cfg::Section* sub : list)
-        children.emplace_back(new DriverNode(dynamic_cast<cfg::Driver*>(sub), this));
+    for (cfg::Section* sub : list) {
+        DriverNode* child = new DriverNode(dynamic_cast<cfg::Driver*>(sub), this);
+        addChild(child, child);
+    }
 
     // Script nodes (one per eligible ScenarioScript sub-section) are added here,
     // behind the drivers, once scripts can be parsed.
@@ -62,6 +68,21 @@ TavrelScenarioNode::~TavrelScenarioNode() {
         parameter.reset();
     for (auto& child : children)
         child.reset();
+}
+
+void TavrelScenarioNode::addChild(ScenarioNode* child, const TavrelScenarioNode* view) {
+    std::unique_ptr<ScenarioNode> owned(child);
+    childViews.push_back(view);
+    try {
+        children.push_back(std::move(owned));
+    } catch (...) {
+        childViews.pop_back();
+        throw;
+    }
+}
+
+bool TavrelScenarioNode::hasId(const std::string& id) const {
+    return id == section->getName();
 }
 
 std::string TavrelScenarioNode::getId() const {
@@ -89,9 +110,11 @@ size_t TavrelScenarioNode::getChildNumber() const {
 }
 
 ScenarioNode* TavrelScenarioNode::getChild(const std::string& id) const {
-    for (const auto& child : children)
-        if (child->getId() == id)
-            return child.get();
+    // Linear in the siblings; a vehicle scenario may have thousands of them, so
+    // our own nodes match without composing their ids.
+    for (size_t i = 0; i < children.size(); ++i)
+        if (childViews[i] ? childViews[i]->hasId(id) : children[i]->getId() == id)
+            return children[i].get();
     throw new Exception("No child element with id=" + id + " in scenario element : " + getName(),
                         ExceptionCodeGeneric);
 }
@@ -115,7 +138,7 @@ size_t TavrelScenarioNode::getChildIndex(const ScenarioNode* child) const {
     for (size_t i = 0; i < children.size(); ++i)
         if (children[i].get() == child)
             return i;
-    throw new Exception("The child element " + child->getName() +
+    throw new Exception("The child element " + (child ? child->getName() : std::string()) +
                             " was not found in parent scenario element " + section->getName(),
                         ExceptionCodeGeneric);
 }
@@ -156,8 +179,8 @@ size_t TavrelScenarioNode::getParameterIndex(const ScenarioParameter* parameter)
     for (size_t i = 0; i < parameters.size(); ++i)
         if (parameters[i].get() == parameter)
             return i;
-    throw new Exception("The child parameter " + parameter->getName() + " was not found in parent element " +
-                            section->getName(),
+    throw new Exception("The child parameter " + (parameter ? parameter->getName() : std::string()) +
+                            " was not found in parent element " + section->getName(),
                         ExceptionCodeGeneric);
 }
 

@@ -57,14 +57,18 @@ public:
     /// "/sce/" + getId() for the root, else the parent's node id, "/" and getId().
     std::string getNodeId() const override;
 
-protected:
-    /// The section this node shows.
-    cfg::Section* getSection() const { return section; }
+    /// Whether getId() would equal `id`, without composing the id.
+    virtual bool hasId(const std::string& id) const;
 
 private:
+    /// Appends a child node; `view` is the same node when it is one of ours, so
+    /// that lookups can match ids without composing them.
+    void addChild(ScenarioTemplateDb::ScenarioNode* child, const TavrelScenarioNode* view);
+
     cfg::Section* section;
     ScenarioTemplateDb::ScenarioNode* parent;
     std::vector<std::unique_ptr<ScenarioTemplateDb::ScenarioNode>> children;
+    std::vector<const TavrelScenarioNode*> childViews; // parallel to children; null for other kinds
     std::vector<std::unique_ptr<ScenarioTemplateDb::ScenarioParameter>> parameters;
 };
 

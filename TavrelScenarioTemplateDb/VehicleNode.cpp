@@ -1,8 +1,13 @@
 #include <TavrelScenarioTemplateDb/VehicleNode.h>
 
+#include <TavrelScenarioTemplateDb/TreeValueId.h>
 #include <environment/SheetCfg/Sections.h>
 
 namespace TavrelScenarioTemplateDb {
+
+bool VehicleNode::hasId(const std::string& id) const {
+    return matchesTreeValueId(id, "Vehicle", vehicle->id);
+}
 
 VehicleNode::VehicleNode(cfg::Vehicle* vehicle, ScenarioTemplateDb::ScenarioNode* parent)
     : TavrelScenarioNode(vehicle, parent), vehicle(vehicle) {}

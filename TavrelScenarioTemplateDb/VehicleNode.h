@@ -19,6 +19,8 @@ public:
     std::string getId() const override;
     /// "Vehicle[ID] - NAME".
     std::string getName() const override;
+    /// Whether `id` is exactly the text getId() gives.
+    bool hasId(const std::string& id) const override;
 
 private:
     cfg::Vehicle* vehicle;

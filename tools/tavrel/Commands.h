@@ -12,6 +12,8 @@ extern int exitStatus;
 void addInstallationCommands(CLI::App& app);
 /// show, fetch, set, get, variadic
 void addScenarioCommands(CLI::App& app);
+/// get, variadic list|add|remove|clear
+void addVariadicCommands(CLI::App& app);
 /// script parse
 void addScriptCommands(CLI::App& app);
 

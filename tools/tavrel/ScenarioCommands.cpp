@@ -2,6 +2,7 @@
 // relative to its scenario directory.
 #include "Commands.h"
 #include "Common.h"
+#include "ScenarioContent.h"
 
 #include <TavrelScenarioTemplateDb/TavrelDatabaseDriver.h>
 #include <TavrelScenarioTemplateDb/TavrelScenario.h>
@@ -22,6 +23,7 @@ struct ScenarioOptions {
     std::string installation;
     std::string configuration;
     std::string path;
+    bool json = false;
 
     void addTo(CLI::App& command) {
         command.add_option("PATH", path, "Scenario path relative to its scenario directory")->required();
@@ -58,12 +60,27 @@ void printSummary(const ScenarioTemplateDb::Scenario& scenario, std::ostream& ou
 
 void addShow(CLI::App& app) {
     auto options = std::make_shared<ScenarioOptions>();
-    CLI::App* command = app.add_subcommand("show", "Show a scenario's name, description and file");
+    CLI::App* command = app.add_subcommand(
+        "show", "Show a scenario's name, description and file, its node tree and its variadic parameters");
     options->addTo(*command);
+    command->add_flag("--json", options->json, "print the same as JSON");
     command->callback([options] {
         runReporting([&] {
             auto scenario = options->driver().getScenario(options->path);
+            if (options->json) {
+                nlohmann::ordered_json out{{"name", scenario->getName()},
+                                           {"description", scenario->getDescription()},
+                                           {"file", scenario->getFilePath()}};
+                out["root"] = describeNodeTree(*scenario);
+                out["variadicParameters"] = describeVariadics(*scenario);
+                std::cout << out.dump(2) << "\n";
+                return;
+            }
             printSummary(*scenario, std::cout);
+            const nlohmann::ordered_json tree = describeNodeTree(*scenario);
+            const nlohmann::ordered_json variadics = describeVariadics(*scenario);
+            printNodeTree(tree, std::cout);
+            printVariadics(variadics, std::cout);
         });
     });
 }

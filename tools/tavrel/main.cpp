@@ -8,6 +8,7 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     tavrel::addInstallationCommands(app);
     tavrel::addScenarioCommands(app);
+    tavrel::addVariadicCommands(app);
     tavrel::addScriptCommands(app);
     CLI11_PARSE(app, argc, argv);
     return tavrel::exitStatus;

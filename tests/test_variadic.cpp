@@ -1,0 +1,442 @@
+// Variadic declarations over hand-built sections: how the type is read, the
+// insertion and removal rules of ranges and literals, and every failure.
+#include <TavrelScenarioTemplateDb/TavrelRange.h>
+#include <TavrelScenarioTemplateDb/TavrelScenario.h>
+#include <TavrelScenarioTemplateDb/TavrelVariadicParameter.h>
+
+#include <ScenarioTemplateDb/Exception.h>
+#include <ScenarioTemplateDb/ScenarioParameter.h>
+#include <environment/SheetCfg/CfgScenario.h>
+#include <environment/SheetCfg/Sections.h>
+
+#include "ExceptionCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+#include <memory>
+
+using namespace TavrelScenarioTemplateDb;
+using ScenarioTemplateDb::Exception;
+using namespace testing_support;
+using ScenarioTemplateDb::ParameterTypeBoolean;
+using ScenarioTemplateDb::ParameterTypeInteger;
+using ScenarioTemplateDb::ParameterTypeLiteral;
+using ScenarioTemplateDb::ParameterTypeReal;
+using IntRanges = std::vector<const ScenarioTemplateDb::VariadicParameter::Range<int>*>;
+using RealRanges = std::vector<const ScenarioTemplateDb::VariadicParameter::Range<double>*>;
+
+namespace {
+
+std::vector<int> minima(const TavrelVariadicParameter& parameter) {
+    IntRanges ranges;
+    parameter.getIntegerRanges(ranges);
+    std::vector<int> out;
+    for (const auto* range : ranges)
+        out.push_back(range->getMinimum());
+    return out;
+}
+
+std::vector<std::string> literalsOf(const TavrelVariadicParameter& parameter) {
+    std::vector<std::string> out{"stale"};
+    parameter.getLiterals(out);
+    return out;
+}
+
+class Variadic : public ::testing::Test {
+protected:
+    cfg::VariadicParameter section;
+};
+
+} // namespace
+
+TEST_F(Variadic, TypeIsReadFromTheTypedSubSectionBooleanFirst) {
+    cfg::IntegerParameter* integer = add<cfg::IntegerParameter>(&section);
+    add<cfg::IntegerRange>(integer);
+    {
+        TavrelVariadicParameter loaded(nullptr, &section);
+        EXPECT_EQ(loaded.getType(), ParameterTypeInteger);
+        EXPECT_EQ(minima(loaded).size(), 1u);
+    }
+    add<cfg::BooleanParameter>(&section)->defaultValue = true;
+    TavrelVariadicParameter loaded(nullptr, &section);
+    EXPECT_EQ(loaded.getType(), ParameterTypeBoolean);
+    EXPECT_TRUE(loaded.isBoolean());
+    EXPECT_TRUE(loaded.getBooleanDefaultValue());
+    // No integer range was read: asking for them is a type failure.
+    EXPECT_EQ(catchPointer([&] { minima(loaded); }).code, 32);
+}
+
+TEST_F(Variadic, NoTypedSubSectionLoadsAsIntegerWithoutRanges) {
+    TavrelVariadicParameter loaded(nullptr, &section);
+    EXPECT_EQ(loaded.getType(), ParameterTypeInteger);
+    EXPECT_TRUE(minima(loaded).empty());
+    EXPECT_EQ(loaded.getTargetParameter(), nullptr);
+    // Using the missing default is a failure of its own, not a crash.
+    Exception e = catchPointer([&] { loaded.getIntegerDefaultValue(); });
+    EXPECT_EQ(e.code, -1);
+    EXPECT_EQ(catchPointer([&] { loaded.insertIntegerRange(0); }).code, -1);
+}
+
+TEST_F(Variadic, IntegerRangesInsertBeforeThePositionOrAtTheFront) {
+    TavrelVariadicParameter fresh(&section);
+    fresh.setType(ParameterTypeInteger);
+    fresh.setIntegerDefaultValue(5);
+    EXPECT_EQ(fresh.getIntegerDefaultValue(), 5);
+    fresh.insertIntegerRange(0).setMinimum(1); // a
+    fresh.insertIntegerRange(1).setMinimum(2);
+    EXPECT_EQ(minima(fresh), (std::vector<int>{2, 1})); // past the end goes to the front
+    fresh.insertIntegerRange(std::numeric_limits<size_t>::max());
+    EXPECT_EQ(minima(fresh), (std::vector<int>{0, 2, 1}));
+
+    fresh.insertIntegerRange(1).setMinimum(7);
+    EXPECT_EQ(minima(fresh), (std::vector<int>{0, 7, 2, 1}));
+    fresh.insertIntegerRange(4).setMinimum(9); // the count itself is past the end
+    EXPECT_EQ(minima(fresh), (std::vector<int>{9, 0, 7, 2, 1}));
+
+    // Minimum above maximum is kept as written.
+    TavrelRange<int>& odd = fresh.insertIntegerRange(0);
+    odd.setMinimum(10);
+    odd.setMaximum(-10);
+    EXPECT_EQ(odd.getMinimum(), 10);
+    EXPECT_EQ(odd.getMaximum(), -10);
+    cfg::IntegerRange* stored = dynamic_cast<cfg::IntegerRange*>(odd.getSection());
+    ASSERT_NE(stored, nullptr);
+    EXPECT_EQ(stored->maximum, -10);
+
+    std::vector<cfg::Section*> sections;
+    section.getSubSection("IntegerParameter")->getSubSections("IntegerRange", sections);
+    EXPECT_EQ(sections.size(), 6u);
+}
+
+TEST_F(Variadic, LiteralsAlwaysGoAtTheEnd) {
+    TavrelVariadicParameter fresh(&section);
+    fresh.setType(ParameterTypeLiteral);
+    fresh.setLiteralDefaultValue("a");
+    fresh.insertLiteral(0) = "a";
+    fresh.insertLiteral(0) = "b";
+    fresh.insertLiteral(0) = "new";
+    fresh.insertLiteral(std::numeric_limits<size_t>::max()) = "last";
+    EXPECT_EQ(literalsOf(fresh), (std::vector<std::string>{"a", "b", "new", "last"}));
+}
+
+TEST_F(Variadic, RemoveRangeRulesAndFailures) {
+    TavrelVariadicParameter fresh(&section);
+    fresh.setIntegerDefaultValue(0);
+    Exception e = catchValue([&] { fresh.removeRange(0); });
+    EXPECT_EQ(e.message, "Integer range index is out of range");
+    EXPECT_EQ(e.code, 4);
+    fresh.insertIntegerRange(0).setMinimum(1);
+    fresh.insertIntegerRange(1).setMinimum(2);
+    fresh.insertIntegerRange(1).setMinimum(3); // 2, 3, 1
+    fresh.removeRange(1);
+    EXPECT_EQ(minima(fresh), (std::vector<int>{2, 1}));
+    std::vector<cfg::Section*> sections;
+    section.getSubSection("IntegerParameter")->getSubSections("IntegerRange", sections);
+    EXPECT_EQ(sections.size(), 2u);
+
+    fresh.setType(ParameterTypeReal);
+    fresh.setRealDefaultValue(0.5);
+    e = catchValue([&] { fresh.removeRange(0); });
+    EXPECT_EQ(e.message, "Real range index is out of range");
+    EXPECT_EQ(e.code, 4);
+    fresh.insertRealRange(0).setMaximum(4.5);
+    fresh.removeRange(0);
+    RealRanges ranges;
+    fresh.getRealRanges(ranges);
+    EXPECT_TRUE(ranges.empty());
+
+    fresh.setType(ParameterTypeBoolean);
+    e = catchValue([&] { fresh.removeRange(0); });
+    EXPECT_EQ(e.message, "Invalid type");
+    EXPECT_EQ(e.code, 32);
+    fresh.setType(ParameterTypeLiteral);
+    EXPECT_EQ(catchValue([&] { fresh.removeRange(0); }).message, "Invalid type");
+}
+
+TEST_F(Variadic, ClearRangesKeepsNumericDefaultsButDropsTheWholeLiteralSection) {
+    TavrelVariadicParameter fresh(&section);
+    fresh.setIntegerDefaultValue(4);
+    fresh.insertIntegerRange(0);
+    fresh.setLiteralDefaultValue("stray"); // a mismatched setter makes the other sub-section
+    fresh.clearRanges();
+    EXPECT_TRUE(minima(fresh).empty());
+    EXPECT_EQ(fresh.getIntegerDefaultValue(), 4);
+    EXPECT_EQ(section.getSubSection("LiteralParameter"), nullptr);
+    std::vector<cfg::Section*> sections;
+    section.getSubSection("IntegerParameter")->getSubSections("IntegerRange", sections);
+    EXPECT_TRUE(sections.empty());
+
+    cfg::VariadicParameter literalSection;
+    TavrelVariadicParameter literal(&literalSection);
+    literal.setType(ParameterTypeLiteral);
+    literal.setLiteralDefaultValue("a");
+    literal.insertLiteral(0) = "a";
+    literal.clearRanges();
+    EXPECT_EQ(literal.getType(), ParameterTypeLiteral);
+    EXPECT_TRUE(literalsOf(literal).empty());
+    EXPECT_EQ(catchPointer([&] { literal.insertLiteral(0); }).code, -1);
+    EXPECT_EQ(catchPointer([&] { literal.getLiteralDefaultValue(); }).code, -1);
+    literal.setLiteralDefaultValue("b");
+    literal.insertLiteral(0) = "c";
+    EXPECT_EQ(literal.getLiteralDefaultValue(), "b");
+    EXPECT_EQ(literalsOf(literal), std::vector<std::string>{"c"});
+}
+
+TEST_F(Variadic, TypeFailuresArePointersWithCode32) {
+    struct Case {
+        ScenarioTemplateDb::ParameterType type;
+        std::function<void(TavrelVariadicParameter&)> call;
+        const char* message;
+    };
+    const std::vector<Case> cases = {
+        {ParameterTypeReal, [](TavrelVariadicParameter& p) { p.getIntegerDefaultValue(); },
+         "Variadic parameter type is not an integer"},
+        {ParameterTypeReal, [](TavrelVariadicParameter& p) { minima(p); },
+         "Variadic parameter type is not an integer"},
+        {ParameterTypeReal, [](TavrelVariadicParameter& p) { p.insertIntegerRange(0); },
+         "Variadic parameter type is not an integer"},
+        {ParameterTypeInteger, [](TavrelVariadicParameter& p) { p.getRealDefaultValue(); },
+         "Variadic parameter is not a real"},
+        {ParameterTypeInteger,
+         [](TavrelVariadicParameter& p) {
+             RealRanges r;
+             p.getRealRanges(r);
+         },
+         "Variadic parameter type is not a real"},
+        {ParameterTypeInteger, [](TavrelVariadicParameter& p) { p.insertRealRange(0); },
+         "Variadic parameter type is not a real"},
+        {ParameterTypeInteger, [](TavrelVariadicParameter& p) { p.getBooleanDefaultValue(); },
+         "Variadic parameter type is not a boolean"},
+        {ParameterTypeBoolean, [](TavrelVariadicParameter& p) { p.getLiteralDefaultValue(); },
+         "Variadic parameter type is not a literal"},
+        {ParameterTypeBoolean, [](TavrelVariadicParameter& p) { literalsOf(p); },
+         "Variadic parameter type is not a literal"},
+        {ParameterTypeBoolean, [](TavrelVariadicParameter& p) { p.insertLiteral(0); },
+         "Variadic parameter type is not a literal"},
+    };
+    for (const Case& c : cases) {
+        TavrelVariadicParameter fresh(&section);
+        fresh.setType(c.type);
+        Exception e = catchPointer([&] { c.call(fresh); });
+        EXPECT_EQ(e.message, c.message);
+        EXPECT_EQ(e.code, 32);
+    }
+}
+
+TEST(Range, NullSectionFailsByValue) {
+    Exception e = catchValue([] { TavrelRange<int> range(nullptr); });
+    EXPECT_EQ(e.message, "section null");
+    EXPECT_EQ(e.code, -1);
+    EXPECT_EQ(catchValue([] { TavrelRange<double> range(nullptr); }).message, "section null");
+
+    // A range of the other value type is refused rather than misread.
+    cfg::RealRange section;
+    TavrelRange<int> mismatched(&section);
+    EXPECT_EQ(catchValue([&] { mismatched.getMaximum(); }).code, -1);
+}
+
+// ---- Declarations kept by a scenario template ----
+
+namespace {
+
+// A fresh folder holding "v.sce" with one parameter per type and two variadic
+// declarations: an integer one on "lanes" and a literal one on "weather".
+class ScenarioVariadics : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/tavrel-variadic-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        folder = pattern;
+        cfg::CfgScenario file;
+        cfg::Scenario* root = file.getRootSection();
+        root->name = "variadics";
+        root->description = "to be cleared";
+        cfg::Section* road = root->createSubSection("Road");
+        road->addParameter("lanes", cfg::ParameterInt, lmk::U_NONE).getInt() = 2;
+        road->addParameter("speed", cfg::ParameterReal, lmk::U_KM_H).getDouble() = 10;
+        road->addParameter("wet", cfg::ParameterBool, lmk::U_NONE);
+        road->addParameter("weather", cfg::ParameterString, lmk::U_NONE).getString() = "sun";
+
+        cfg::VariadicParameter* lanes = add<cfg::VariadicParameter>(root);
+        lanes->name = "lanes";
+        lanes->parameterId = "/sce/Scenario/Road/lanes";
+        cfg::IntegerParameter* integer = add<cfg::IntegerParameter>(lanes);
+        integer->defaultValue = 2;
+        cfg::IntegerRange* range = add<cfg::IntegerRange>(integer);
+        range->minimum = 1;
+        range->maximum = 4;
+
+        cfg::VariadicParameter* weather = add<cfg::VariadicParameter>(root);
+        weather->name = "weather";
+        weather->parameterId = "/sce/Scenario/Road/weather";
+        cfg::LiteralParameter* literal = add<cfg::LiteralParameter>(weather);
+        literal->defaultValue = "sun";
+        add<cfg::LiteralRange>(literal)->value = "sun";
+        add<cfg::LiteralRange>(literal)->value = "rain";
+        save(file);
+    }
+    void TearDown() override { std::filesystem::remove_all(folder); }
+
+    void save(cfg::CfgScenario& file, const std::string& name = "v.sce") {
+        ASSERT_TRUE(file.save((folder + "/" + name).c_str(), Commons::Encoding::Utf8, false));
+    }
+    std::unique_ptr<TavrelScenario> open(const std::string& name = "v.sce") {
+        return std::make_unique<TavrelScenario>("main", name, folder);
+    }
+    std::vector<TavrelVariadicParameter*> variadics(const TavrelScenario& scenario) {
+        std::vector<TavrelVariadicParameter*> out{nullptr};
+        scenario.getTavrelVariadicParameters(out);
+        return out;
+    }
+
+    std::string folder;
+};
+
+} // namespace
+
+TEST_F(ScenarioVariadics, NothingIsListedBeforeTheCountIsAsked) {
+    auto scenario = open();
+    Exception e = catchValue([&] { scenario->getVariadicParameter(0); });
+    EXPECT_EQ(e.message, "Invalid variadic parameter index");
+    EXPECT_EQ(e.code, 4);
+    std::vector<ScenarioTemplateDb::VariadicParameter*> listed{nullptr};
+    scenario->getVariadicParameters(listed);
+    EXPECT_TRUE(listed.empty());
+
+    ASSERT_EQ(scenario->getVariadicParameterNumber(), 2u);
+    EXPECT_EQ(scenario->getVariadicParameter(1)->getName(), "weather");
+    EXPECT_EQ(catchValue([&] { scenario->getVariadicParameter(2); }).code, 4);
+    scenario->getVariadicParameters(listed);
+    ASSERT_EQ(listed.size(), 2u);
+    EXPECT_EQ(listed[0], variadics(*scenario)[0]);
+
+    TavrelVariadicParameter* lanes = variadics(*scenario)[0];
+    EXPECT_EQ(lanes->getTargetParameter(), scenario->getParameterFromId("/sce/Scenario/Road/lanes"));
+    EXPECT_EQ(minima(*lanes), std::vector<int>{1});
+    EXPECT_EQ(literalsOf(*variadics(*scenario)[1]), (std::vector<std::string>{"sun", "rain"}));
+}
+
+TEST_F(ScenarioVariadics, ATargetWithAMissingStepStopsTheLoadButKeepsWhatWasRead) {
+    cfg::CfgScenario file;
+    ASSERT_TRUE(
+        file.load((folder + "/v.sce").c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true, true));
+    add<cfg::VariadicParameter>(file.getRootSection())->parameterId = "/sce/Scenario/Road/width";
+    add<cfg::VariadicParameter>(file.getRootSection())->parameterId = "/sce/Scenario/Road/lanes";
+    save(file, "broken.sce");
+
+    auto scenario = open("broken.sce");
+    Exception e = catchPointer([&] { scenario->getVariadicParameterNumber(); });
+    EXPECT_EQ(e.message, "No child parameter with id=width in scenario element : Road");
+    EXPECT_EQ(e.code, -1);
+    // The file stays loaded with the declarations read before the failure.
+    EXPECT_EQ(scenario->getVariadicParameterNumber(), 2u);
+    EXPECT_EQ(scenario->getName(), "variadics");
+}
+
+TEST_F(ScenarioVariadics, RemoveAndClear) {
+    auto scenario = open();
+    scenario->removeVariadicParameter(2); // beyond the end: nothing
+    ASSERT_EQ(scenario->getVariadicParameterNumber(), 2u);
+    scenario->removeVariadicParameter(0);
+    ASSERT_EQ(scenario->getVariadicParameterNumber(), 1u);
+    EXPECT_EQ(scenario->getVariadicParameter(0)->getName(), "weather");
+    scenario->save();
+    auto reopened = open();
+    ASSERT_EQ(reopened->getVariadicParameterNumber(), 1u);
+    EXPECT_EQ(reopened->getVariadicParameter(0)->getName(), "weather");
+
+    reopened->clear();
+    EXPECT_EQ(reopened->getVariadicParameterNumber(), 0u);
+    EXPECT_EQ(reopened->getName(), "variadics");
+    EXPECT_EQ(reopened->getDescription(), "");
+    reopened->save();
+    auto cleared = open();
+    EXPECT_EQ(cleared->getVariadicParameterNumber(), 0u);
+    EXPECT_EQ(cleared->getDescription(), "");
+
+    // Not loaded: nothing is read or changed, even for a file that isn't there.
+    auto absent = open("absent.sce");
+    absent->clear();
+    EXPECT_TRUE(variadics(*absent).empty());
+    // Removing needs the count, and so the file.
+    EXPECT_EQ(catchValue([&] { absent->removeVariadicParameter(0); }).code, 24);
+}
+
+TEST_F(ScenarioVariadics, EditedDeclarationsSurviveSaveAndReload) {
+    auto scenario = open();
+    ASSERT_EQ(scenario->getVariadicParameterNumber(), 2u);
+
+    TavrelVariadicParameter* speed = scenario->addNewVariadicParameter();
+    EXPECT_EQ(speed->getType(), ParameterTypeInteger);
+    EXPECT_EQ(speed->getTargetParameter(), nullptr);
+    speed->setName("speed");
+    speed->setDescription("start speed");
+    speed->setParameterId("/sce/Scenario/Road/speed");
+    speed->setParameterUnit("km/h");
+    speed->setType(ParameterTypeReal);
+    speed->setRealDefaultValue(12.5);
+    TavrelRange<double>& slow = speed->insertRealRange(0);
+    slow.setMinimum(5.25);
+    slow.setMaximum(10);
+    TavrelRange<double>& fast = speed->insertRealRange(0);
+    fast.setMinimum(90);
+    fast.setMaximum(80); // kept as written
+    EXPECT_EQ(speed->getTargetParameter(), nullptr);
+
+    TavrelVariadicParameter* wet = scenario->addNewVariadicParameter();
+    wet->setName("wet");
+    wet->setParameterId("/sce/Scenario/Road/wet");
+    wet->setType(ParameterTypeBoolean);
+    wet->setBooleanDefaultValue(true);
+
+    TavrelVariadicParameter* weather = variadics(*scenario)[1];
+    weather->insertLiteral(0) = "fog";
+    TavrelVariadicParameter* lanes = variadics(*scenario)[0];
+    lanes->setIntegerDefaultValue(3);
+    lanes->insertIntegerRange(1).setMaximum(8); // past the end: at the front
+    scenario->save();
+
+    auto reopened = open();
+    ASSERT_EQ(reopened->getVariadicParameterNumber(), 4u);
+    std::vector<TavrelVariadicParameter*> read = variadics(*reopened);
+
+    EXPECT_EQ(read[0]->getIntegerDefaultValue(), 3);
+    IntRanges intRanges;
+    read[0]->getIntegerRanges(intRanges);
+    ASSERT_EQ(intRanges.size(), 2u); // file order: the new section went last
+    EXPECT_EQ(intRanges[1]->getMaximum(), 8);
+    EXPECT_EQ(read[1]->getLiteralDefaultValue(), "sun");
+    EXPECT_EQ(literalsOf(*read[1]), (std::vector<std::string>{"sun", "rain", "fog"}));
+
+    EXPECT_EQ(read[2]->getName(), "speed");
+    EXPECT_EQ(read[2]->getDescription(), "start speed");
+    EXPECT_EQ(read[2]->getParameterUnit(), "km/h");
+    EXPECT_TRUE(read[2]->hasParameterUnit());
+    EXPECT_TRUE(read[2]->isReal());
+    EXPECT_DOUBLE_EQ(read[2]->getRealDefaultValue(), 12.5);
+    EXPECT_EQ(read[2]->getTargetParameter(), reopened->getParameterFromId("/sce/Scenario/Road/speed"));
+    RealRanges realRanges;
+    read[2]->getRealRanges(realRanges);
+    ASSERT_EQ(realRanges.size(), 2u);
+    EXPECT_DOUBLE_EQ(realRanges[0]->getMinimum(), 5.25);
+    EXPECT_DOUBLE_EQ(realRanges[0]->getMaximum(), 10);
+    EXPECT_DOUBLE_EQ(realRanges[1]->getMinimum(), 90);
+    EXPECT_DOUBLE_EQ(realRanges[1]->getMaximum(), 80);
+
+    EXPECT_TRUE(read[3]->isBoolean());
+    EXPECT_TRUE(read[3]->getBooleanDefaultValue());
+    EXPECT_EQ(read[3]->getTargetParameter()->getName(), "wet");
+}
+
+TEST_F(ScenarioVariadics, SetTypeAloneIsNotWhatAReloadFinds) {
+    auto scenario = open();
+    TavrelVariadicParameter* fresh = scenario->addNewVariadicParameter();
+    fresh->setType(ParameterTypeLiteral); // no default set: no typed sub-section
+    scenario->save();
+    auto reopened = open();
+    ASSERT_EQ(reopened->getVariadicParameterNumber(), 3u);
+    EXPECT_EQ(reopened->getVariadicParameter(2)->getType(), ParameterTypeInteger);
+}

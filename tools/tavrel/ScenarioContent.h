@@ -1,0 +1,43 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <iosfwd>
+#include <memory>
+#include <string>
+
+namespace ScenarioTemplateDb {
+class Scenario;
+class VariadicParameter;
+} // namespace ScenarioTemplateDb
+
+namespace TavrelScenarioTemplateDb {
+class TavrelScenario;
+}
+
+// What `show`, `get` and `variadic` print of a scenario's content: the node
+// tree with its parameters and the variadic declarations.
+namespace tavrel {
+
+/// Opens the scenario file at `file` (any path on disk) as a template of
+/// `configuration`; an empty configuration means the installation's current
+/// one. Touches no file yet.
+std::unique_ptr<TavrelScenarioTemplateDb::TavrelScenario> openScenarioFile(const std::string& file,
+                                                                           const std::string& configuration);
+
+/// The node tree from the root: each node's id, node id, name, parameters
+/// (full id, type, unit, value) and children. A value that can't be shown
+/// becomes an "error" member. Throws what the tree's construction throws.
+nlohmann::ordered_json describeNodeTree(const ScenarioTemplateDb::Scenario& scenario);
+/// One variadic declaration: name, description, type, target id and whether it
+/// was found, unit, default, ranges or literals.
+nlohmann::ordered_json describeVariadic(const ScenarioTemplateDb::VariadicParameter& parameter);
+/// Every variadic declaration (loads the file).
+nlohmann::ordered_json describeVariadics(const ScenarioTemplateDb::Scenario& scenario);
+
+/// Prints a description of describeNodeTree as an indented tree.
+void printNodeTree(const nlohmann::ordered_json& tree, std::ostream& out);
+/// Prints one line per declaration of describeVariadics.
+void printVariadics(const nlohmann::ordered_json& variadics, std::ostream& out);
+
+} // namespace tavrel
