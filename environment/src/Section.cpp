@@ -1,9 +1,11 @@
 #include <environment/SheetSection/Section.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
-#include <mutex>
+#include <new>
 #include <string_view>
 #include <unordered_map>
 
@@ -75,33 +77,48 @@ class NameTable {
 public:
     /// The kept copy of `text`, or null when the table is full.
     const std::string* find(std::string_view text) {
+        // A small cache in front of the map: a file repeats a handful of names.
+        const std::string*& cached = recent[slotOf(text)];
+        if (cached && *cached == text)
+            return cached;
         auto found = names.find(text);
         if (found != names.end())
-            return found->second.get();
+            return cached = found->second.get();
         if (names.size() >= capacity)
             return nullptr;
         auto kept = std::make_unique<std::string>(text);
         const std::string* result = kept.get();
         names.emplace(std::string_view(*kept), std::move(kept));
-        return result;
+        return cached = result;
     }
 
     /// The same for a text that never changes at that address (the names that
     /// section classes declare), found by address first.
     const std::string* findLiteral(const char* text) {
-        auto found = literals.find(text);
-        if (found != literals.end() && *found->second == text)
-            return found->second;
+        auto& cached = literals[(reinterpret_cast<uintptr_t>(text) >> 3) % cacheSize];
+        if (cached.first == text && *cached.second == text)
+            return cached.second;
         const std::string* result = find(text);
         if (result)
-            literals[text] = result;
+            cached = {text, result};
         return result;
     }
 
 private:
     static constexpr size_t capacity = 4096;
+    static constexpr size_t cacheSize = 256;
+    static size_t slotOf(std::string_view text) {
+        if (text.empty())
+            return 0;
+        size_t key = text.size();
+        for (size_t i = 0; i < text.size() && i < 8; ++i)
+            key = key * 31 + static_cast<unsigned char>(text[i]);
+        return (key + static_cast<unsigned char>(text.back())) % cacheSize;
+    }
+
     std::unordered_map<std::string_view, std::unique_ptr<std::string>> names;
-    std::unordered_map<const char*, const std::string*> literals;
+    std::array<const std::string*, cacheSize> recent{};
+    std::array<std::pair<const char*, const std::string*>, cacheSize> literals{};
 };
 
 NameTable& nameTable() {
@@ -119,10 +136,12 @@ bool holdsString(t_ParameterType type) {
 
 // One entry of a parameter list. A declared parameter points at a field of its
 // section object; a parameter read from the file keeps its value in the entry.
-// A getter of another type than the parameter's hands out a scratch slot, so
-// that it never reinterprets the value; the scratch slots, the options of a
-// choice and an unshared long name live apart, made when first needed, which
-// keeps the entries small.
+// Entries are kept small, since a large file has hundreds of thousands: the
+// names are shared through the name table, the value of the entry's own type
+// shares its storage with those of the other types, and what is rarely needed
+// lives apart, made when first asked for: the scratch slots that a getter of
+// another type than the parameter's hands out (so that it never reinterprets
+// the value), the options of a choice, and names the table couldn't take.
 struct Section::Parameter {
     struct Extras {
         int intValue = 0;
@@ -132,6 +151,7 @@ struct Section::Parameter {
         lmk::Vector3 vectorValue;
         std::string stringValue;
         std::string options;
+        std::string cname;
         std::string verbose;
     };
     union Value {
@@ -141,28 +161,43 @@ struct Section::Parameter {
         double doubleValue;
         bool boolValue;
         float floatValue;
+        alignas(std::string) unsigned char text[sizeof(std::string)];
     };
 
-    Parameter(std::string_view cname, t_ParameterType type, lmk::t_unit unit, void* field)
-        : cname(cname), type(type), unit(unit), field(field) {
+    // `literal`: the names are texts that stay at their address (a class's declarations).
+    Parameter(std::string_view cname, std::string_view verbose, bool literal, t_ParameterType type,
+              lmk::t_unit unit, void* field)
+        : type(type), unit(unit), field(field) {
         // Start the life of the member that this type uses.
-        switch (type) {
-        case ParameterBool:
+        if (ownsText())
+            new (value.text) std::string();
+        else if (type == ParameterBool)
             value.boolValue = false;
-            break;
-        case ParameterInt:
+        else if (type == ParameterInt)
             value.intValue = 0;
-            break;
-        case ParameterReal:
+        else if (type == ParameterReal)
             value.doubleValue = 0.0;
-            break;
-        case ParameterFloat:
+        else if (type == ParameterFloat)
             value.floatValue = 0.0f;
-            break;
-        default:
-            break;
-        }
+        this->cname = share(cname, literal, &Extras::cname);
+        this->verbose = share(verbose, literal, &Extras::verbose);
     }
+    // With names that outlive the entry.
+    Parameter(const std::string* cname, const std::string* verbose, t_ParameterType type, lmk::t_unit unit,
+              void* field)
+        : Parameter(std::string_view(), std::string_view(), false, type, unit, field) {
+        this->cname = cname;
+        this->verbose = verbose;
+    }
+    ~Parameter() {
+        if (ownsText())
+            text().~basic_string();
+    }
+    Parameter(const Parameter&) = delete;
+    Parameter& operator=(const Parameter&) = delete;
+
+    bool ownsText() const { return !field && holdsString(type); }
+    std::string& text() { return *std::launder(reinterpret_cast<std::string*>(value.text)); }
 
     Extras& extra() {
         if (!extras)
@@ -170,27 +205,29 @@ struct Section::Parameter {
         return *extras;
     }
 
-    void setVerbose(std::string_view text, bool literal) {
-        if (text.empty())
-            return;
-        verbose = literal ? nameTable().findLiteral(text.data()) : nameTable().find(text);
-        if (!verbose) {
-            extra().verbose = text;
-            verbose = &extras->verbose;
-        }
-    }
-
     static void* operator new(size_t size) { return entryPool(size).allocate(); }
     static void operator delete(void* memory) { entryPool(sizeof(Parameter)).release(memory); }
 
-    std::string cname;
+    const std::string* cname = &noName;
     const std::string* verbose = &noName;
     t_ParameterType type;
     lmk::t_unit unit;
     void* field; // set for declared parameters only
     Value value;
-    std::string stringValue;
     std::unique_ptr<Extras> extras;
+
+private:
+    // The shared copy of a name, or one of the entry's own when the table is full.
+    const std::string* share(std::string_view name, bool literal, std::string Extras::*own) {
+        if (name.empty())
+            return &noName;
+        if (const std::string* shared =
+                literal ? nameTable().findLiteral(name.data()) : nameTable().find(name))
+            return shared;
+        std::string& kept = extra().*own;
+        kept = name;
+        return &kept;
+    }
 };
 
 Section::Parameter& Section::ParameterIterator::entry() const {
@@ -198,7 +235,7 @@ Section::Parameter& Section::ParameterIterator::entry() const {
 }
 
 const std::string& Section::ParameterIterator::getCName() const {
-    return entry().cname;
+    return *entry().cname;
 }
 
 const std::string& Section::ParameterIterator::getVerboseName() const {
@@ -238,7 +275,7 @@ std::string& Section::ParameterIterator::getString() const {
     Parameter& p = entry();
     if (!holdsString(p.type))
         return p.extra().stringValue;
-    return p.field ? *static_cast<std::string*>(p.field) : p.stringValue;
+    return p.field ? *static_cast<std::string*>(p.field) : p.text();
 }
 
 float& Section::ParameterIterator::getFloat() const {
@@ -293,7 +330,7 @@ Section* Section::getOrCreateSubsection(const char* name) {
 
 Section::ParameterIterator Section::findParameter(const std::string& cname) const {
     for (size_t i = 0; i < parameters.size(); ++i)
-        if (parameters[i]->cname == cname)
+        if (*parameters[i]->cname == cname)
             return ParameterIterator(this, i);
     return endParameter();
 }
@@ -303,7 +340,7 @@ Section::ParameterIterator Section::findParameter(const char* cname) const {
         return endParameter();
     const size_t length = std::strlen(cname);
     for (size_t i = 0; i < parameters.size(); ++i) {
-        const std::string& name = parameters[i]->cname;
+        const std::string& name = *parameters[i]->cname;
         if (name.size() == length && name[0] == cname[0] && std::memcmp(name.data(), cname, length) == 0)
             return ParameterIterator(this, i);
     }
@@ -354,12 +391,18 @@ void Section::declare(const char* cname, const char* verbose, t_ParameterType ty
     append(cname ? cname : "", verbose ? verbose : "", type, unit, field);
 }
 
+void Section::declare(const std::string& cname, const std::string& verbose, t_ParameterType type,
+                      lmk::t_unit unit, void* field) {
+    if (parameters.empty())
+        parameters.reserve(8);
+    parameters.emplace_back(new Parameter(&cname, &verbose, type, unit, field));
+}
+
 void Section::append(std::string_view cname, std::string_view verbose, t_ParameterType type, lmk::t_unit unit,
                      void* field) {
     if (parameters.empty())
         parameters.reserve(8); // a typical section, declared and file parameters together
-    std::unique_ptr<Parameter> entry(new Parameter(cname, type, unit, field));
-    entry->setVerbose(verbose, field != nullptr);
+    std::unique_ptr<Parameter> entry(new Parameter(cname, verbose, field != nullptr, type, unit, field));
     parameters.push_back(std::move(entry));
 }
 

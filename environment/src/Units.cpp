@@ -1,6 +1,7 @@
 #include <environment/lmk/Units.h>
 
 #include <cmath>
+#include <cstring>
 #include <string_view>
 #include <unordered_map>
 
@@ -108,7 +109,13 @@ t_unit toTUnit(const char* text) {
     }();
     if (!text || !*text)
         return U_NONE;
+    // Files name the same few units over and over.
+    static const UnitEntry* last = nullptr;
+    if (last && std::strcmp(last->text, text) == 0)
+        return last->unit;
     const auto found = units.find(text);
+    if (found != units.end())
+        last = &unitTable[found->second];
     return found == units.end() ? U_NONE : found->second;
 }
 

@@ -128,6 +128,10 @@ public:
 protected:
     /// Declares a parameter of the class, bound to a field of the object.
     void declare(const char* cname, const char* verbose, t_ParameterType type, lmk::t_unit unit, void* field);
+    /// The same with names that outlive every section (the class's own constant
+    /// strings): they are used where they stand, without a copy.
+    void declare(const std::string& cname, const std::string& verbose, t_ParameterType type, lmk::t_unit unit,
+                 void* field);
 
 private:
     friend class ParameterIterator;
