@@ -70,6 +70,21 @@ EntryPool& entryPool(size_t size) {
     return *pool;
 }
 
+// Sections come from pools too, one per size class of 16 bytes; larger ones
+// (no class of this library is) from the general heap.
+constexpr size_t sectionSizeStep = 16;
+constexpr size_t sectionPoolCount = 32;
+
+EntryPool* sectionPool(size_t size) {
+    const size_t index = (size + sectionSizeStep - 1) / sectionSizeStep;
+    if (index >= sectionPoolCount)
+        return nullptr;
+    static EntryPool* pools[sectionPoolCount] = {};
+    if (!pools[index])
+        pools[index] = new EntryPool(index * sectionSizeStep); // never destroyed, as above
+    return pools[index];
+}
+
 // Long names repeat across the sections of a file ("Initial speed" on every
 // vehicle): each distinct text is kept once, for the life of the process. The
 // table is bounded; beyond it an entry keeps its own copy.
@@ -294,6 +309,19 @@ lmk::Vector3& Section::ParameterIterator::getVector() const {
 
 std::string& Section::ParameterIterator::getOptions() const {
     return entry().extra().options;
+}
+
+void* Section::operator new(size_t size) {
+    EntryPool* pool = sectionPool(size);
+    return pool ? pool->allocate() : ::operator new(size);
+}
+
+void Section::operator delete(void* memory, size_t size) {
+    EntryPool* pool = sectionPool(size);
+    if (pool)
+        pool->release(memory);
+    else
+        ::operator delete(memory);
 }
 
 Section::Section(const std::string& name) : name(name) {}

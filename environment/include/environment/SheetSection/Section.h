@@ -71,6 +71,10 @@ public:
     };
 
     explicit Section(const std::string& name);
+    /// Sections of every class are allocated from pools of their size: a large
+    /// file holds tens of thousands.
+    static void* operator new(size_t size);
+    static void operator delete(void* memory, size_t size);
     virtual ~Section();
     Section(const Section&) = delete;
     Section& operator=(const Section&) = delete;
