@@ -26,6 +26,8 @@ enum t_ParameterType {
 /// share a name) and an ordered list of named, typed parameters. Concrete classes
 /// bind their declared parameters to their own fields; any section may hold
 /// further parameters read from the file. Sections are neither copied nor assigned.
+/// Like the rest of the library, sections are used from one thread at a time:
+/// all of them share allocation pools and a table of names.
 class Section {
 public:
     using t_ParameterType = cfg::t_ParameterType;
