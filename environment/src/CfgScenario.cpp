@@ -271,17 +271,29 @@ public:
     bool readSection(const pugi::xml_node& node, Section& section, int depth) {
         if (depth > maximumDepth)
             return fail(at(node), "sections are nested too deeply");
+        // Every attribute names a declared parameter, so a repeated attribute
+        // is a parameter met twice.
+        constexpr size_t seenLimit = 16;
+        Section::ParameterIterator seen[seenLimit];
+        size_t seenCount = 0;
         for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
              attribute = attribute.next_attribute()) {
             const char* key = attribute.name();
-            for (pugi::xml_attribute before = attribute.previous_attribute(); before;
-                 before = before.previous_attribute())
-                if (before.name()[0] == key[0] && std::strcmp(before.name(), key) == 0)
-                    return fail(key, "duplicate attribute " + quoted(key));
             Section::ParameterIterator it = section.findParameter(key);
             if (it == section.endParameter() || !section.isDeclared(it))
                 return fail(key,
                             "attribute " + quoted(key) + " is not declared by " + quoted(section.getName()));
+            if (std::find(seen, seen + std::min(seenCount, seenLimit), it) !=
+                seen + std::min(seenCount, seenLimit))
+                return fail(key, "duplicate attribute " + quoted(key));
+            if (seenCount >= seenLimit) // more than any class declares: compare by name
+                for (pugi::xml_attribute before = attribute.previous_attribute(); before;
+                     before = before.previous_attribute())
+                    if (std::strcmp(before.name(), key) == 0)
+                        return fail(key, "duplicate attribute " + quoted(key));
+            if (seenCount < seenLimit)
+                seen[seenCount] = it;
+            ++seenCount;
             const char* value = attribute.value();
             if (!parseValue(value, it))
                 return fail(value, badValue(value, it));
