@@ -84,7 +84,8 @@ TEST(ScenarioCommands, SetChangesAndSaves) {
     EXPECT_EQ(run.output, "saved " + folder + "b.sce\n");
     EXPECT_EQ(read(folder + "a.sce"), original);
     run = tavrel("show b.sce" + options);
-    const std::string summary = "name: New name\ndescription: Kept\nfile: " + folder + "b.sce\nnode Scenario ";
+    const std::string summary =
+        "name: New name\ndescription: Kept\nfile: " + folder + "b.sce\nnode Scenario ";
     EXPECT_EQ(run.output.substr(0, summary.size()), summary);
 
     run = tavrel("set a.sce --description 'In place'" + options);

@@ -53,6 +53,9 @@ TEST(Section, AddedParametersKeepTheirOwnStorageAndPositions) {
     driver.addParameter("gear", cfg::ParameterInt, lmk::U_NONE);
     copy.getDouble() = 12.5; // a copy stays on its parameter after the list grew
     EXPECT_EQ(driver.findParameter("speed").getDouble(), 12.5);
+    copy.getInt() = 7; // scratch, not the stored real
+    copy.getVector() = lmk::Vector3(1, 2, 3);
+    EXPECT_EQ(copy.getDouble(), 12.5);
     EXPECT_EQ(speed.getVerboseName(), "Speed");
     EXPECT_EQ(speed.getUnit(), lmk::U_KM_H);
     EXPECT_FALSE(driver.isDeclared(speed));

@@ -6,7 +6,6 @@
 #include <cctype>
 #include <cerrno>
 #include <charconv>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <new>
@@ -21,7 +20,16 @@ namespace cfg {
 namespace {
 
 // Element that carries a parameter which the section's class doesn't declare.
-const char* const parameterElement = "Parameter";
+constexpr char parameterElement[] = "Parameter";
+
+// Whether `text` is exactly `literal`. Inlined and unrolled: it runs for every
+// element and attribute of a file.
+template <size_t N> bool is(const char* text, const char (&literal)[N]) {
+    for (size_t i = 0; i < N; ++i) // the terminating NUL included
+        if (text[i] != literal[i])
+            return false;
+    return true;
+}
 
 // Deeper trees than this are refused: nothing real comes close, and the
 // readers and the destructors of the tree recurse.
@@ -51,11 +59,30 @@ const char* typeText(t_ParameterType type) {
 }
 
 bool typeFromText(const char* text, t_ParameterType& type) {
-    for (const TypeName& entry : typeNames)
-        if (entry.text[0] == text[0] && std::strcmp(entry.text, text) == 0) {
-            type = entry.type;
-            return true;
-        }
+    // The first letters differ: one comparison per parameter of a file.
+    switch (text[0]) {
+    case 'b':
+        type = ParameterBool;
+        return is(text, "bool");
+    case 'i':
+        type = ParameterInt;
+        return is(text, "int");
+    case 'r':
+        type = ParameterReal;
+        return is(text, "real");
+    case 'f':
+        type = ParameterFloat;
+        return is(text, "float");
+    case 'v':
+        type = ParameterVector;
+        return is(text, "vector");
+    case 'c':
+        type = ParameterChoice;
+        return is(text, "choice");
+    case 's':
+        type = ParameterString;
+        return is(text, "string");
+    }
     return false;
 }
 
@@ -201,14 +228,14 @@ bool isWritableName(const char* name) {
     for (const char* c = name; *c; ++c)
         if (!nameChar(static_cast<unsigned char>(*c)))
             return false;
-    return std::strcmp(name, parameterElement) != 0;
+    return !is(name, parameterElement);
 }
 
 // The section as a script, if it is one. The name is tested first: a run-time
 // cast across the library boundary compares type names, and this runs for
 // every section of a file.
 ScenarioScript* scriptOf(Section& section) {
-    if (std::strcmp(section.getName(), ScenarioScript::sectionName()) != 0)
+    if (!is(section.getName(), "ScenarioScript"))
         return nullptr;
     return dynamic_cast<ScenarioScript*>(&section);
 }
@@ -219,75 +246,75 @@ std::string normalisedPath(const char* path) {
     return text;
 }
 
-// Turns the file into sections. Positions are offsets into `buffer`, the
-// in-place parsed copy whose string starts stay where they were in `original`.
+// Turns the file into sections. A failure is kept as an offset into `buffer`,
+// the in-place parsed file: the parser shortens strings where it decodes them,
+// but every string still starts where it did in the file.
 class Reader {
 public:
-    Reader(const std::string& path, const std::vector<char>& original, const char* buffer)
-        : path(path), original(original), buffer(buffer) {}
+    Reader(const char* buffer, size_t size) : buffer(buffer), size(size) {}
 
-    std::string error;
+    size_t errorOffset = 0;
+    std::string errorText;
 
     bool fail(const void* where, const std::string& what) {
-        size_t offset = 0;
         const char* at = static_cast<const char*>(where);
-        if (at >= buffer && at < buffer + original.size())
-            offset = static_cast<size_t>(at - buffer);
-        error = position(offset) + what;
+        errorOffset = (at >= buffer && at < buffer + size) ? static_cast<size_t>(at - buffer) : 0;
+        errorText = what;
         return false;
-    }
-
-    // "PATH:LINE:COLUMN: " for a byte offset, line and column from 1.
-    std::string position(size_t offset) const {
-        offset = std::min(offset, original.size());
-        size_t line = 1;
-        size_t lineStart = 0;
-        for (size_t i = 0; i < offset; ++i)
-            if (original[i] == '\n') {
-                ++line;
-                lineStart = i + 1;
-            }
-        return path + ":" + std::to_string(line) + ":" + std::to_string(offset - lineStart + 1) + ": ";
     }
 
     // The element's position is that of its '<'.
     static const char* at(const pugi::xml_node& node) { return node.name() - 1; }
 
+    // The loops below walk pugixml's lists by first/next rather than through
+    // its ranges: fewer calls into the parser's library for every node.
     bool readSection(const pugi::xml_node& node, Section& section, int depth) {
         if (depth > maximumDepth)
             return fail(at(node), "sections are nested too deeply");
-        for (const pugi::xml_attribute& attribute : node.attributes()) {
-            for (pugi::xml_attribute before = attribute.previous_attribute(); before;
-                 before = before.previous_attribute())
-                if (std::strcmp(before.name(), attribute.name()) == 0)
-                    return fail(attribute.name(), "duplicate attribute " + quoted(attribute.name()));
-            Section::ParameterIterator it = section.findParameter(attribute.name());
+        // Every attribute names a declared parameter, so a repeated attribute
+        // is a parameter met twice.
+        constexpr size_t seenLimit = 16;
+        Section::ParameterIterator seen[seenLimit];
+        size_t seenCount = 0;
+        for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
+             attribute = attribute.next_attribute()) {
+            const char* key = attribute.name();
+            Section::ParameterIterator it = section.findParameter(key);
             if (it == section.endParameter() || !section.isDeclared(it))
-                return fail(attribute.name(), "attribute " + quoted(attribute.name()) +
-                                                  " is not declared by " + quoted(section.getName()));
-            if (!parseValue(attribute.value(), it))
-                return fail(attribute.value(), badValue(attribute.value(), it));
+                return fail(key,
+                            "attribute " + quoted(key) + " is not declared by " + quoted(section.getName()));
+            if (std::find(seen, seen + std::min(seenCount, seenLimit), it) !=
+                seen + std::min(seenCount, seenLimit))
+                return fail(key, "duplicate attribute " + quoted(key));
+            if (seenCount >= seenLimit) // more than any class declares: compare by name
+                for (pugi::xml_attribute before = attribute.previous_attribute(); before;
+                     before = before.previous_attribute())
+                    if (std::strcmp(before.name(), key) == 0)
+                        return fail(key, "duplicate attribute " + quoted(key));
+            if (seenCount < seenLimit)
+                seen[seenCount] = it;
+            ++seenCount;
+            const char* value = attribute.value();
+            if (!parseValue(value, it))
+                return fail(value, badValue(value, it));
         }
         ScenarioScript* script = scriptOf(section);
-        for (const pugi::xml_node& child : node.children()) {
-            switch (child.type()) {
-            case pugi::node_element:
-                if (std::strcmp(child.name(), parameterElement) == 0) {
+        for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+            const pugi::xml_node_type type = child.type();
+            if (type == pugi::node_element) {
+                const char* name = child.name();
+                if (is(name, parameterElement)) {
                     if (!readParameter(child, section))
                         return false;
-                } else if (!readSection(child, *section.createSubSection(child.name()), depth + 1))
+                } else if (!readSection(child, *section.createSubSection(name), depth + 1))
                     return false;
-                break;
-            case pugi::node_cdata:
-            case pugi::node_pcdata:
-                if (child.type() == pugi::node_pcdata && isBlankText(child.value()))
-                    break; // layout between elements
+            } else if (type == pugi::node_pcdata || type == pugi::node_cdata) {
+                const char* text = child.value();
+                if (type == pugi::node_pcdata && isBlankText(text))
+                    continue; // layout between elements
                 if (!script)
-                    return fail(child.value(), "unexpected text in " + quoted(section.getName()));
-                script->text += child.value();
-                break;
-            default:
-                break;
+                    return fail(text, "unexpected text in " + quoted(section.getName()));
+                script->text += text;
             }
         }
         return true;
@@ -300,90 +327,136 @@ private:
     }
 
     bool readParameter(const pugi::xml_node& node, Section& section) {
-        pugi::xml_attribute name, type, unit, verbose, options;
-        for (const pugi::xml_attribute& attribute : node.attributes()) {
+        const char* name = nullptr;
+        const char* type = nullptr;
+        const char* unit = nullptr;
+        const char* verbose = nullptr;
+        const char* options = nullptr;
+        const char* optionsKey = nullptr;
+        for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
+             attribute = attribute.next_attribute()) {
             const char* key = attribute.name();
-            pugi::xml_attribute* slot = nullptr;
-            switch (key[0]) { // one comparison per attribute: this runs for every parameter
-            case 'n':
-                slot = std::strcmp(key, "name") == 0 ? &name : nullptr;
-                break;
-            case 't':
-                slot = std::strcmp(key, "type") == 0 ? &type : nullptr;
-                break;
-            case 'u':
-                slot = std::strcmp(key, "unit") == 0 ? &unit : nullptr;
-                break;
-            case 'v':
-                slot = std::strcmp(key, "verbose") == 0 ? &verbose : nullptr;
-                break;
-            case 'o':
-                slot = std::strcmp(key, "options") == 0 ? &options : nullptr;
-                break;
+            // Tested in the order in which the writer puts them, so the branches
+            // are predictable: this runs for every parameter of a file.
+            const char** slot = nullptr;
+            if (is(key, "name"))
+                slot = &name;
+            else if (is(key, "type"))
+                slot = &type;
+            else if (is(key, "unit"))
+                slot = &unit;
+            else if (is(key, "verbose"))
+                slot = &verbose;
+            else if (is(key, "options")) {
+                slot = &options;
+                optionsKey = key;
             }
             if (!slot)
                 return fail(key,
                             "attribute " + quoted(key) + " is not declared by " + quoted(parameterElement));
             if (*slot)
                 return fail(key, "duplicate attribute " + quoted(key));
-            *slot = attribute;
+            *slot = attribute.value();
         }
-        if (!name || !*name.value())
+        if (!name || !*name)
             return fail(at(node), "Parameter without 'name'");
-        if (!type || !*type.value())
+        if (!type || !*type)
             return fail(at(node), "Parameter without 'type'");
         t_ParameterType parameterType = ParameterString;
-        if (!typeFromText(type.value(), parameterType))
-            return fail(type.value(), "unknown parameter type " + quoted(type.value()));
-        const lmk::t_unit parameterUnit = lmk::toTUnit(unit.value());
-        if (parameterUnit == lmk::U_NONE && *unit.value())
-            return fail(unit.value(), "unknown unit " + quoted(unit.value()));
+        if (!typeFromText(type, parameterType))
+            return fail(type, "unknown parameter type " + quoted(type));
+        const lmk::t_unit parameterUnit = unit ? lmk::toTUnit(unit) : lmk::U_NONE;
+        if (parameterUnit == lmk::U_NONE && unit && *unit)
+            return fail(unit, "unknown unit " + quoted(unit));
         if (options && parameterType != ParameterChoice)
-            return fail(options.name(), "attribute 'options' is only allowed for a choice");
-        if (section.findParameter(name.value()) != section.endParameter())
-            return fail(name.value(), "parameter " + quoted(name.value()) + " is defined twice in " +
-                                          quoted(section.getName()));
+            return fail(optionsKey, "attribute 'options' is only allowed for a choice");
+        if (section.findParameter(name) != section.endParameter())
+            return fail(name,
+                        "parameter " + quoted(name) + " is defined twice in " + quoted(section.getName()));
 
-        std::string value;
+        // The value is usually one piece of text, used where it stands; pieces
+        // split by CDATA sections are joined.
+        const char* value = "";
         const char* valueAt = at(node);
-        for (const pugi::xml_node& child : node.children()) {
-            if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) {
-                if (value.empty())
-                    valueAt = child.value();
-                value += child.value();
-            } else if (child.type() == pugi::node_element)
+        std::string joined;
+        size_t pieces = 0;
+        for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+            const pugi::xml_node_type childType = child.type();
+            if (childType == pugi::node_pcdata || childType == pugi::node_cdata) {
+                const char* text = child.value();
+                if (pieces == 0)
+                    value = valueAt = text;
+                else {
+                    if (pieces == 1)
+                        joined = value;
+                    joined += text;
+                }
+                ++pieces;
+            } else if (childType == pugi::node_element)
                 return fail(at(child), "unexpected element " + quoted(child.name()) + " in 'Parameter'");
         }
-        Section::ParameterIterator it =
-            section.addParameter(name.value(), parameterType, parameterUnit, verbose.value());
-        it.getOptions() = options.value();
-        if (!parseValue(value.c_str(), it))
-            return fail(valueAt, badValue(value.c_str(), it));
+        if (pieces > 1)
+            value = joined.c_str();
+        Section::ParameterIterator it = section.addParameter(name, parameterType, parameterUnit, verbose);
+        if (options)
+            it.getOptions() = options;
+        if (!parseValue(value, it))
+            return fail(valueAt, badValue(value, it));
         return true;
     }
 
-    const std::string& path;
-    const std::vector<char>& original;
     const char* buffer;
+    size_t size;
 };
 
-bool readFile(const std::string& path, std::vector<char>& bytes) {
-    std::FILE* file = std::fopen(path.c_str(), "rb");
-    if (!file)
+// "PATH:LINE:COLUMN: what", line and column from 1 counted in `bytes`.
+std::string located(const std::string& path, const char* bytes, size_t size, size_t offset,
+                    const std::string& what) {
+    offset = std::min(offset, size);
+    size_t line = 1;
+    size_t lineStart = 0;
+    for (size_t i = 0; i < offset; ++i)
+        if (bytes[i] == '\n') {
+            ++line;
+            lineStart = i + 1;
+        }
+    return path + ":" + std::to_string(line) + ":" + std::to_string(offset - lineStart + 1) + ": " + what;
+}
+
+// A whole file. Not a vector: zero-filling a large buffer before reading
+// into it costs as much as the read.
+struct FileBytes {
+    std::unique_ptr<char[]> data;
+    size_t size = 0;
+};
+
+bool readFile(const std::string& path, FileBytes& bytes) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
         return false;
     struct stat status;
-    bool ok = fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode);
-    if (ok) {
-        bytes.resize(static_cast<size_t>(status.st_size));
-        ok = bytes.empty() || std::fread(bytes.data(), 1, bytes.size(), file) == bytes.size();
-        // The size may have changed since fstat: read whatever follows.
-        char chunk[4096];
-        size_t got;
-        while (ok && (got = std::fread(chunk, 1, sizeof chunk, file)) > 0)
-            bytes.insert(bytes.end(), chunk, chunk + got);
-        ok = ok && !std::ferror(file);
+    bool ok = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+    // One byte more than the size, to notice a file that grew since fstat.
+    size_t capacity = ok ? static_cast<size_t>(status.st_size) + 1 : 0;
+    bytes.data.reset(ok ? new char[capacity] : nullptr);
+    bytes.size = 0;
+    while (ok) {
+        if (bytes.size == capacity) {
+            std::unique_ptr<char[]> larger(new char[capacity * 2]);
+            std::memcpy(larger.get(), bytes.data.get(), bytes.size);
+            bytes.data = std::move(larger);
+            capacity *= 2;
+        }
+        const ssize_t got = ::read(fd, bytes.data.get() + bytes.size, capacity - bytes.size);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0) {
+            ok = got == 0;
+            break;
+        }
+        bytes.size += static_cast<size_t>(got);
     }
-    std::fclose(file);
+    ::close(fd);
     return ok;
 }
 
@@ -467,37 +540,37 @@ bool CfgScenario::load(const char* path, Commons::Encoding::Mode, Orbe::Network*
     const std::string shownPath = path ? path : "";
     try {
         failedLoadPath = normalisedPath(path);
-        std::vector<char> original;
-        if (!readFile(failedLoadPath, original)) {
+        FileBytes buffer;
+        if (!readFile(failedLoadPath, buffer)) {
             struct stat status;
             if (::stat(failedLoadPath.c_str(), &status) != 0)
                 failedLoadPath.clear(); // nothing there to protect
             errorMessage = shownPath + ":1:1: cannot read the file";
             return false;
         }
-        std::vector<char> buffer(original);
-        buffer.push_back('\0');
-        Reader reader(shownPath, original, buffer.data());
-
+        // The buffer is parsed in place; lines are counted in a fresh copy of
+        // the file, read again only when there is an error to place.
+        auto failure = [&](size_t offset, const std::string& what) {
+            FileBytes original;
+            const bool reread = readFile(failedLoadPath, original);
+            const FileBytes& bytes = reread ? original : buffer;
+            errorMessage = located(shownPath, bytes.data.get(), bytes.size, offset, what);
+            return false;
+        };
+        Reader reader(buffer.data.get(), buffer.size);
         pugi::xml_document document;
         const pugi::xml_parse_result result =
-            document.load_buffer_inplace(buffer.data(), original.size(), parseOptions, pugi::encoding_utf8);
-        if (!result) {
-            errorMessage = reader.position(static_cast<size_t>(std::max<ptrdiff_t>(result.offset, 0))) +
-                           result.description();
-            return false;
-        }
+            document.load_buffer_inplace(buffer.data.get(), buffer.size, parseOptions, pugi::encoding_utf8);
+        if (!result)
+            return failure(static_cast<size_t>(std::max<ptrdiff_t>(result.offset, 0)), result.description());
         const pugi::xml_node top = document.document_element();
         if (std::strcmp(top.name(), Scenario::sectionName()) != 0) {
             reader.fail(Reader::at(top), "the root element is " + quoted(top.name()) + ", not 'Scenario'");
-            errorMessage = reader.error;
-            return false;
+            return failure(reader.errorOffset, reader.errorText);
         }
         auto loaded = std::make_unique<Scenario>();
-        if (!reader.readSection(top, *loaded, 0)) {
-            errorMessage = reader.error;
-            return false;
-        }
+        if (!reader.readSection(top, *loaded, 0))
+            return failure(reader.errorOffset, reader.errorText);
         root = std::move(loaded);
         failedLoadPath.clear();
         errorMessage.clear();

@@ -1,32 +1,147 @@
 #include <environment/SheetSection/Section.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <new>
+#include <string_view>
+#include <unordered_map>
 
 namespace cfg {
 
-// One entry of a parameter list. A declared parameter points at a field of its
-// section object; a parameter read from the file keeps its value in the entry.
-// Every entry also has one slot per type, so that a getter of another type than
-// the parameter's hands out a harmless scratch slot instead of reinterpreting
-// the field.
-struct Section::Parameter {
-    std::string cname;
-    std::string verbose;
-    t_ParameterType type = ParameterString;
-    lmk::t_unit unit = lmk::U_NONE;
-    void* field = nullptr; // set for declared parameters only
+namespace {
 
-    int intValue = 0;
-    double doubleValue = 0.0;
-    bool boolValue = false;
-    float floatValue = 0.0f;
-    lmk::Vector3 vectorValue;
-    std::string stringValue;
-    std::string options;
+// The state below is process-wide and, like the rest of the library's shared
+// state, unsynchronised: the library is called from one thread at a time.
+
+// Parameter entries are many (a large scenario holds hundreds of thousands)
+// and all of one size: they come from slabs with a free list rather than from
+// the general heap, which makes building and destroying a tree several times
+// cheaper. Free slabs are kept for the next tree, up to a bound.
+class EntryPool {
+public:
+    explicit EntryPool(size_t size)
+        : blockSize((size + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1)) {}
+
+    void* allocate() {
+        if (!freeList) {
+            slabs.emplace_back(new unsigned char[blockSize * blocksPerSlab]); // left uninitialised
+            unsigned char* slab = slabs.back().get();
+            for (size_t i = blocksPerSlab; i-- > 0;)
+                push(slab + i * blockSize);
+        }
+        Block* block = freeList;
+        freeList = block->next;
+        ++live;
+        return block;
+    }
+
+    void release(void* memory) {
+        push(memory);
+        if (--live == 0 && slabs.size() > slabsKept) {
+            freeList = nullptr;
+            slabs.clear();
+        }
+    }
+
+private:
+    struct Block {
+        Block* next;
+    };
+    void push(void* memory) {
+        Block* block = static_cast<Block*>(memory);
+        block->next = freeList;
+        freeList = block;
+    }
+
+    static constexpr size_t blocksPerSlab = 1024;
+    static constexpr size_t slabsKept = 256; // about 32 MB, some 250,000 parameters
+    const size_t blockSize;
+    Block* freeList = nullptr;
+    size_t live = 0;
+    std::vector<std::unique_ptr<unsigned char[]>> slabs;
 };
 
-namespace {
+EntryPool& entryPool(size_t size) {
+    // Never destroyed: entries of static sections may be freed after the end of main.
+    static EntryPool* pool = new EntryPool(size);
+    return *pool;
+}
+
+// Sections come from pools too, one per size class of 16 bytes; larger ones
+// (no class of this library is) from the general heap.
+constexpr size_t sectionSizeStep = 16;
+constexpr size_t sectionPoolCount = 32;
+
+EntryPool* sectionPool(size_t size) {
+    const size_t index = (size + sectionSizeStep - 1) / sectionSizeStep;
+    if (index >= sectionPoolCount)
+        return nullptr;
+    static EntryPool* pools[sectionPoolCount] = {};
+    if (!pools[index])
+        pools[index] = new EntryPool(index * sectionSizeStep); // never destroyed, as above
+    return pools[index];
+}
+
+// Long names repeat across the sections of a file ("Initial speed" on every
+// vehicle): each distinct text is kept once, for the life of the process. The
+// table is bounded; beyond it an entry keeps its own copy.
+class NameTable {
+public:
+    /// The kept copy of `text`, or null when the table is full.
+    const std::string* find(std::string_view text) {
+        // A small cache in front of the map: a file repeats a handful of names.
+        const std::string*& cached = recent[slotOf(text)];
+        if (cached && *cached == text)
+            return cached;
+        auto found = names.find(text);
+        if (found != names.end())
+            return cached = found->second.get();
+        if (names.size() >= capacity)
+            return nullptr;
+        auto kept = std::make_unique<std::string>(text);
+        const std::string* result = kept.get();
+        names.emplace(std::string_view(*kept), std::move(kept));
+        return cached = result;
+    }
+
+    /// The same for a text that never changes at that address (the names that
+    /// section classes declare), found by address first.
+    const std::string* findLiteral(const char* text) {
+        auto& cached = literals[(reinterpret_cast<uintptr_t>(text) >> 3) % cacheSize];
+        if (cached.first == text && *cached.second == text)
+            return cached.second;
+        const std::string* result = find(text);
+        if (result)
+            cached = {text, result};
+        return result;
+    }
+
+private:
+    static constexpr size_t capacity = 4096;
+    static constexpr size_t cacheSize = 256;
+    static size_t slotOf(std::string_view text) {
+        if (text.empty())
+            return 0;
+        size_t key = text.size();
+        for (size_t i = 0; i < text.size() && i < 8; ++i)
+            key = key * 31 + static_cast<unsigned char>(text[i]);
+        return (key + static_cast<unsigned char>(text.back())) % cacheSize;
+    }
+
+    std::unordered_map<std::string_view, std::unique_ptr<std::string>> names;
+    std::array<const std::string*, cacheSize> recent{};
+    std::array<std::pair<const char*, const std::string*>, cacheSize> literals{};
+};
+
+NameTable& nameTable() {
+    static NameTable* table = new NameTable; // never destroyed, like the names it hands out
+    return *table;
+}
+
+const std::string noName;
 
 bool holdsString(t_ParameterType type) {
     return type == ParameterString || type == ParameterChoice;
@@ -34,16 +149,112 @@ bool holdsString(t_ParameterType type) {
 
 } // namespace
 
+// One entry of a parameter list. A declared parameter points at a field of its
+// section object; a parameter read from the file keeps its value in the entry.
+// Entries are kept small, since a large file has hundreds of thousands: the
+// names are shared through the name table, the value of the entry's own type
+// shares its storage with those of the other types, and what is rarely needed
+// lives apart, made when first asked for: the scratch slots that a getter of
+// another type than the parameter's hands out (so that it never reinterprets
+// the value), the options of a choice, and names the table couldn't take.
+struct Section::Parameter {
+    struct Extras {
+        int intValue = 0;
+        double doubleValue = 0.0;
+        bool boolValue = false;
+        float floatValue = 0.0f;
+        lmk::Vector3 vectorValue;
+        std::string stringValue;
+        std::string options;
+        std::string cname;
+        std::string verbose;
+    };
+    union Value {
+        Value() : vectorValue() {}
+        lmk::Vector3 vectorValue;
+        int intValue;
+        double doubleValue;
+        bool boolValue;
+        float floatValue;
+        alignas(std::string) unsigned char text[sizeof(std::string)];
+    };
+
+    // `literal`: the names are texts that stay at their address (a class's declarations).
+    Parameter(std::string_view cname, std::string_view verbose, bool literal, t_ParameterType type,
+              lmk::t_unit unit, void* field)
+        : type(type), unit(unit), field(field) {
+        // Start the life of the member that this type uses.
+        if (ownsText())
+            new (value.text) std::string();
+        else if (type == ParameterBool)
+            value.boolValue = false;
+        else if (type == ParameterInt)
+            value.intValue = 0;
+        else if (type == ParameterReal)
+            value.doubleValue = 0.0;
+        else if (type == ParameterFloat)
+            value.floatValue = 0.0f;
+        this->cname = share(cname, literal, &Extras::cname);
+        this->verbose = share(verbose, literal, &Extras::verbose);
+    }
+    // With names that outlive the entry.
+    Parameter(const std::string* cname, const std::string* verbose, t_ParameterType type, lmk::t_unit unit,
+              void* field)
+        : Parameter(std::string_view(), std::string_view(), false, type, unit, field) {
+        this->cname = cname;
+        this->verbose = verbose;
+    }
+    ~Parameter() {
+        if (ownsText())
+            text().~basic_string();
+    }
+    Parameter(const Parameter&) = delete;
+    Parameter& operator=(const Parameter&) = delete;
+
+    bool ownsText() const { return !field && holdsString(type); }
+    std::string& text() { return *std::launder(reinterpret_cast<std::string*>(value.text)); }
+
+    Extras& extra() {
+        if (!extras)
+            extras = std::make_unique<Extras>();
+        return *extras;
+    }
+
+    static void* operator new(size_t size) { return entryPool(size).allocate(); }
+    static void operator delete(void* memory) { entryPool(sizeof(Parameter)).release(memory); }
+
+    const std::string* cname = &noName;
+    const std::string* verbose = &noName;
+    t_ParameterType type;
+    lmk::t_unit unit;
+    void* field; // set for declared parameters only
+    Value value;
+    std::unique_ptr<Extras> extras;
+
+private:
+    // The shared copy of a name, or one of the entry's own when the table is full.
+    const std::string* share(std::string_view name, bool literal, std::string Extras::*own) {
+        if (name.empty())
+            return &noName;
+        if (const std::string* shared =
+                literal ? nameTable().findLiteral(name.data()) : nameTable().find(name))
+            return shared;
+        std::string& kept = extra().*own;
+        kept = name;
+        return &kept;
+    }
+};
+
 Section::Parameter& Section::ParameterIterator::entry() const {
     return *section->parameters[index];
 }
 
 const std::string& Section::ParameterIterator::getCName() const {
-    return entry().cname;
+    return *entry().cname;
 }
 
 const std::string& Section::ParameterIterator::getVerboseName() const {
-    return entry().verbose;
+    return *entry().verbose;
 }
 
 Section::t_ParameterType Section::ParameterIterator::getType() const {
@@ -56,36 +267,61 @@ lmk::t_unit Section::ParameterIterator::getUnit() const {
 
 int& Section::ParameterIterator::getInt() const {
     Parameter& p = entry();
-    return (p.field && p.type == ParameterInt) ? *static_cast<int*>(p.field) : p.intValue;
+    if (p.type != ParameterInt)
+        return p.extra().intValue;
+    return p.field ? *static_cast<int*>(p.field) : p.value.intValue;
 }
 
 double& Section::ParameterIterator::getDouble() const {
     Parameter& p = entry();
-    return (p.field && p.type == ParameterReal) ? *static_cast<double*>(p.field) : p.doubleValue;
+    if (p.type != ParameterReal)
+        return p.extra().doubleValue;
+    return p.field ? *static_cast<double*>(p.field) : p.value.doubleValue;
 }
 
 bool& Section::ParameterIterator::getBool() const {
     Parameter& p = entry();
-    return (p.field && p.type == ParameterBool) ? *static_cast<bool*>(p.field) : p.boolValue;
+    if (p.type != ParameterBool)
+        return p.extra().boolValue;
+    return p.field ? *static_cast<bool*>(p.field) : p.value.boolValue;
 }
 
 std::string& Section::ParameterIterator::getString() const {
     Parameter& p = entry();
-    return (p.field && holdsString(p.type)) ? *static_cast<std::string*>(p.field) : p.stringValue;
+    if (!holdsString(p.type))
+        return p.extra().stringValue;
+    return p.field ? *static_cast<std::string*>(p.field) : p.text();
 }
 
 float& Section::ParameterIterator::getFloat() const {
     Parameter& p = entry();
-    return (p.field && p.type == ParameterFloat) ? *static_cast<float*>(p.field) : p.floatValue;
+    if (p.type != ParameterFloat)
+        return p.extra().floatValue;
+    return p.field ? *static_cast<float*>(p.field) : p.value.floatValue;
 }
 
 lmk::Vector3& Section::ParameterIterator::getVector() const {
     Parameter& p = entry();
-    return (p.field && p.type == ParameterVector) ? *static_cast<lmk::Vector3*>(p.field) : p.vectorValue;
+    if (p.type != ParameterVector)
+        return p.extra().vectorValue;
+    return p.field ? *static_cast<lmk::Vector3*>(p.field) : p.value.vectorValue;
 }
 
 std::string& Section::ParameterIterator::getOptions() const {
-    return entry().options;
+    return entry().extra().options;
+}
+
+void* Section::operator new(size_t size) {
+    EntryPool* pool = sectionPool(size);
+    return pool ? pool->allocate() : ::operator new(size);
+}
+
+void Section::operator delete(void* memory, size_t size) {
+    EntryPool* pool = sectionPool(size);
+    if (pool)
+        pool->release(memory);
+    else
+        ::operator delete(memory);
 }
 
 Section::Section(const std::string& name) : name(name) {}
@@ -122,8 +358,20 @@ Section* Section::getOrCreateSubsection(const char* name) {
 
 Section::ParameterIterator Section::findParameter(const std::string& cname) const {
     for (size_t i = 0; i < parameters.size(); ++i)
-        if (parameters[i]->cname == cname)
+        if (*parameters[i]->cname == cname)
             return ParameterIterator(this, i);
+    return endParameter();
+}
+
+Section::ParameterIterator Section::findParameter(const char* cname) const {
+    if (!cname)
+        return endParameter();
+    const size_t length = std::strlen(cname);
+    for (size_t i = 0; i < parameters.size(); ++i) {
+        const std::string& name = *parameters[i]->cname;
+        if (name.size() == length && name[0] == cname[0] && std::memcmp(name.data(), cname, length) == 0)
+            return ParameterIterator(this, i);
+    }
     return endParameter();
 }
 
@@ -152,31 +400,37 @@ void Section::removeSubSections(const char* name) {
 
 Section::ParameterIterator Section::addParameter(const std::string& cname, t_ParameterType type,
                                                  lmk::t_unit unit, const std::string& verbose) {
-    auto entry = std::make_unique<Parameter>();
-    entry->cname = cname;
-    entry->verbose = verbose;
-    entry->type = type;
-    entry->unit = unit;
-    parameters.push_back(std::move(entry));
+    append(cname, verbose, type, unit, nullptr);
+    return ParameterIterator(this, parameters.size() - 1);
+}
+
+Section::ParameterIterator Section::addParameter(const char* cname, t_ParameterType type, lmk::t_unit unit,
+                                                 const char* verbose) {
+    append(cname ? cname : "", verbose ? verbose : "", type, unit, nullptr);
     return ParameterIterator(this, parameters.size() - 1);
 }
 
 bool Section::isDeclared(const ParameterIterator& it) const {
-    // The iterator's position is private to it; parameter lists are short.
-    for (size_t i = 0; i < parameters.size(); ++i)
-        if (it == ParameterIterator(this, i))
-            return parameters[i]->field != nullptr;
-    return false;
+    return it.section == this && it.index < parameters.size() && parameters[it.index]->field != nullptr;
 }
 
 void Section::declare(const char* cname, const char* verbose, t_ParameterType type, lmk::t_unit unit,
                       void* field) {
-    auto entry = std::make_unique<Parameter>();
-    entry->cname = cname;
-    entry->verbose = verbose ? verbose : "";
-    entry->type = type;
-    entry->unit = unit;
-    entry->field = field;
+    append(cname ? cname : "", verbose ? verbose : "", type, unit, field);
+}
+
+void Section::declare(const std::string& cname, const std::string& verbose, t_ParameterType type,
+                      lmk::t_unit unit, void* field) {
+    if (parameters.empty())
+        parameters.reserve(8);
+    parameters.emplace_back(new Parameter(&cname, &verbose, type, unit, field));
+}
+
+void Section::append(std::string_view cname, std::string_view verbose, t_ParameterType type, lmk::t_unit unit,
+                     void* field) {
+    if (parameters.empty())
+        parameters.reserve(8); // a typical section, declared and file parameters together
+    std::unique_ptr<Parameter> entry(new Parameter(cname, verbose, field != nullptr, type, unit, field));
     parameters.push_back(std::move(entry));
 }
 

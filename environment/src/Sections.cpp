@@ -1,66 +1,99 @@
 #include <environment/SheetCfg/Sections.h>
 
-#include <cstring>
+#include <string_view>
 
 namespace cfg {
 
+namespace {
+
+// The names of the declared parameters, made once and shared by every section
+// (never destroyed, so that no section can outlive them).
+struct Names {
+    const std::string name{"name"}, nameVerbose{"Name"};
+    const std::string description{"description"}, descriptionVerbose{"Description"};
+    const std::string id{"id"}, idVerbose{"Identifier"};
+    const std::string driverId{"driverId"}, driverIdVerbose{"Driver identifier"};
+    const std::string label{"label"}, labelVerbose{"Label"};
+    const std::string scriptType{"scriptType"}, scriptTypeVerbose{"Script type"};
+    const std::string parameterId{"parameterId"}, parameterIdVerbose{"Parameter identifier"};
+    const std::string parameterUnit{"parameterUnit"}, parameterUnitVerbose{"Parameter unit"};
+    const std::string defaultValue{"default"}, defaultVerbose{"Default value"};
+    const std::string minimum{"minimum"}, minimumVerbose{"Minimum"};
+    const std::string maximum{"maximum"}, maximumVerbose{"Maximum"};
+    const std::string value{"value"}, valueVerbose{"Value"};
+};
+
+const Names& names() {
+    static const Names* const shared = new Names;
+    return *shared;
+}
+
+} // namespace
+
 Scenario::Scenario() : Section(sectionName()) {
-    declare("name", "Name", ParameterString, lmk::U_NONE, &name);
-    declare("description", "Description", ParameterString, lmk::U_NONE, &description);
+    const Names& n = names();
+    declare(n.name, n.nameVerbose, ParameterString, lmk::U_NONE, &name);
+    declare(n.description, n.descriptionVerbose, ParameterString, lmk::U_NONE, &description);
 }
 
 Vehicle::Vehicle() : Section(sectionName()) {
-    declare("id", "Identifier", ParameterInt, lmk::U_NONE, &id);
-    declare("driverId", "Driver identifier", ParameterInt, lmk::U_NONE, &driverId);
-    declare("name", "Name", ParameterString, lmk::U_NONE, &name);
+    const Names& n = names();
+    declare(n.id, n.idVerbose, ParameterInt, lmk::U_NONE, &id);
+    declare(n.driverId, n.driverIdVerbose, ParameterInt, lmk::U_NONE, &driverId);
+    declare(n.name, n.nameVerbose, ParameterString, lmk::U_NONE, &name);
 }
 
 Driver::Driver() : Section(sectionName()) {
-    declare("id", "Identifier", ParameterInt, lmk::U_NONE, &id);
-    declare("name", "Name", ParameterString, lmk::U_NONE, &name);
-    declare("label", "Label", ParameterString, lmk::U_NONE, &label);
+    const Names& n = names();
+    declare(n.id, n.idVerbose, ParameterInt, lmk::U_NONE, &id);
+    declare(n.name, n.nameVerbose, ParameterString, lmk::U_NONE, &name);
+    declare(n.label, n.labelVerbose, ParameterString, lmk::U_NONE, &label);
 }
 
 ScenarioScript::ScenarioScript() : Section(sectionName()) {
-    declare("name", "Name", ParameterString, lmk::U_NONE, &name);
-    declare("scriptType", "Script type", ParameterString, lmk::U_NONE, &scriptType);
+    const Names& n = names();
+    declare(n.name, n.nameVerbose, ParameterString, lmk::U_NONE, &name);
+    declare(n.scriptType, n.scriptTypeVerbose, ParameterString, lmk::U_NONE, &scriptType);
 }
 
 VariadicParameter::VariadicParameter() : Section(sectionName()) {
-    declare("name", "Name", ParameterString, lmk::U_NONE, &name);
-    declare("description", "Description", ParameterString, lmk::U_NONE, &description);
-    declare("parameterId", "Parameter identifier", ParameterString, lmk::U_NONE, &parameterId);
-    declare("parameterUnit", "Parameter unit", ParameterString, lmk::U_NONE, &parameterUnit);
+    const Names& n = names();
+    declare(n.name, n.nameVerbose, ParameterString, lmk::U_NONE, &name);
+    declare(n.description, n.descriptionVerbose, ParameterString, lmk::U_NONE, &description);
+    declare(n.parameterId, n.parameterIdVerbose, ParameterString, lmk::U_NONE, &parameterId);
+    declare(n.parameterUnit, n.parameterUnitVerbose, ParameterString, lmk::U_NONE, &parameterUnit);
 }
 
 BooleanParameter::BooleanParameter() : Section(sectionName()) {
-    declare("default", "Default value", ParameterBool, lmk::U_NONE, &defaultValue);
+    declare(names().defaultValue, names().defaultVerbose, ParameterBool, lmk::U_NONE, &defaultValue);
 }
 
 IntegerParameter::IntegerParameter() : Section(sectionName()) {
-    declare("default", "Default value", ParameterInt, lmk::U_NONE, &defaultValue);
+    declare(names().defaultValue, names().defaultVerbose, ParameterInt, lmk::U_NONE, &defaultValue);
 }
 
 RealParameter::RealParameter() : Section(sectionName()) {
-    declare("default", "Default value", ParameterReal, lmk::U_NONE, &defaultValue);
+    declare(names().defaultValue, names().defaultVerbose, ParameterReal, lmk::U_NONE, &defaultValue);
 }
 
 LiteralParameter::LiteralParameter() : Section(sectionName()) {
-    declare("default", "Default value", ParameterString, lmk::U_NONE, &defaultValue);
+    declare(names().defaultValue, names().defaultVerbose, ParameterString, lmk::U_NONE, &defaultValue);
 }
 
 IntegerRange::IntegerRange() : Section(sectionName()) {
-    declare("minimum", "Minimum", ParameterInt, lmk::U_NONE, &minimum);
-    declare("maximum", "Maximum", ParameterInt, lmk::U_NONE, &maximum);
+    const Names& n = names();
+    declare(n.minimum, n.minimumVerbose, ParameterInt, lmk::U_NONE, &minimum);
+    declare(n.maximum, n.maximumVerbose, ParameterInt, lmk::U_NONE, &maximum);
 }
 
 RealRange::RealRange() : Section(sectionName()) {
-    declare("minimum", "Minimum", ParameterReal, lmk::U_NONE, &minimum);
-    declare("maximum", "Maximum", ParameterReal, lmk::U_NONE, &maximum);
+    const Names& n = names();
+    declare(n.minimum, n.minimumVerbose, ParameterReal, lmk::U_NONE, &minimum);
+    declare(n.maximum, n.maximumVerbose, ParameterReal, lmk::U_NONE, &maximum);
 }
 
 LiteralRange::LiteralRange() : Section(sectionName()) {
-    declare("value", "Value", ParameterString, lmk::U_NONE, &value);
+    declare(names().value, names().valueVerbose, ParameterString, lmk::U_NONE, &value);
 }
 
 namespace {
@@ -70,7 +103,7 @@ template <class T> std::unique_ptr<Section> make() {
 }
 
 struct Registration {
-    const char* name;
+    std::string_view name;
     std::unique_ptr<Section> (*factory)();
 };
 
@@ -95,7 +128,7 @@ const Registration registrations[] = {
 // base class lives with them.
 std::unique_ptr<Section> Section::create(const std::string& name) {
     for (const Registration& registration : registrations)
-        if (name[0] == registration.name[0] && name == registration.name)
+        if (name == registration.name)
             return registration.factory();
     return std::make_unique<Section>(name);
 }

@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <cstring>
+#include <string_view>
+#include <unordered_map>
 
 namespace lmk {
 
@@ -97,12 +99,24 @@ const char* toText(t_unit unit) {
 }
 
 t_unit toTUnit(const char* text) {
+    // Looked up once per parameter of every file read: a hash map, not a scan.
+    static const std::unordered_map<std::string_view, t_unit> units = [] {
+        std::unordered_map<std::string_view, t_unit> map;
+        for (const UnitEntry& entry : unitTable)
+            if (*entry.text)
+                map.emplace(entry.text, entry.unit);
+        return map;
+    }();
     if (!text || !*text)
         return U_NONE;
-    for (const UnitEntry& entry : unitTable) // the first byte rules out most rows cheaply
-        if (entry.text[0] == text[0] && std::strcmp(entry.text, text) == 0)
-            return entry.unit;
-    return U_NONE;
+    // Files name the same few units over and over.
+    static const UnitEntry* last = nullptr;
+    if (last && std::strcmp(last->text, text) == 0)
+        return last->unit;
+    const auto found = units.find(text);
+    if (found != units.end())
+        last = &unitTable[found->second];
+    return found == units.end() ? U_NONE : found->second;
 }
 
 double convToUnit(t_unit unit, double value) {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace cfg {
@@ -25,6 +26,8 @@ enum t_ParameterType {
 /// share a name) and an ordered list of named, typed parameters. Concrete classes
 /// bind their declared parameters to their own fields; any section may hold
 /// further parameters read from the file. Sections are neither copied nor assigned.
+/// Like the rest of the library, sections are used from one thread at a time:
+/// all of them share allocation pools and a table of names.
 class Section {
 public:
     using t_ParameterType = cfg::t_ParameterType;
@@ -63,12 +66,17 @@ public:
         std::string& getOptions() const;
 
     private:
+        friend class Section;
         Parameter& entry() const;
         const Section* section = nullptr;
         size_t index = 0;
     };
 
     explicit Section(const std::string& name);
+    /// Sections of every class are allocated from pools of their size: a large
+    /// file holds tens of thousands.
+    static void* operator new(size_t size);
+    static void operator delete(void* memory, size_t size);
     virtual ~Section();
     Section(const Section&) = delete;
     Section& operator=(const Section&) = delete;
@@ -97,6 +105,8 @@ public:
     size_t getParameterCount() const { return parameters.size(); }
     /// The parameter of that short name, or endParameter().
     ParameterIterator findParameter(const std::string& cname) const;
+    /// The same for a text (null finds nothing), without making a string of it.
+    ParameterIterator findParameter(const char* cname) const;
 
     /// Adds a new sub-section of the class registered for `name` at the end of
     /// the list and returns it.
@@ -110,6 +120,10 @@ public:
     /// its position.
     ParameterIterator addParameter(const std::string& cname, t_ParameterType type, lmk::t_unit unit,
                                    const std::string& verbose = std::string());
+    /// The same, from texts that may be null (taken as empty); saves copies when
+    /// reading a file.
+    ParameterIterator addParameter(const char* cname, t_ParameterType type, lmk::t_unit unit,
+                                   const char* verbose);
     /// Whether the parameter at that position is declared by the section's class.
     bool isDeclared(const ParameterIterator& it) const;
 
@@ -120,9 +134,15 @@ public:
 protected:
     /// Declares a parameter of the class, bound to a field of the object.
     void declare(const char* cname, const char* verbose, t_ParameterType type, lmk::t_unit unit, void* field);
+    /// The same with names that outlive every section (the class's own constant
+    /// strings): they are used where they stand, without a copy.
+    void declare(const std::string& cname, const std::string& verbose, t_ParameterType type, lmk::t_unit unit,
+                 void* field);
 
 private:
     friend class ParameterIterator;
+    void append(std::string_view cname, std::string_view verbose, t_ParameterType type, lmk::t_unit unit,
+                void* field);
     std::string name;
     Section* parent = nullptr;
     std::vector<std::unique_ptr<Section>> subSections;
