@@ -106,8 +106,10 @@ void TavrelScenario::loadScenario() const {
     const std::string expanded = expandVariables(getFilePath());
     if (!cfgScenarioIsExternal)
         delete cfgScenario;
-    // Kept even when the load fails: one attempt per template object.
+    // Kept even when the load fails: one attempt per template object. The new
+    // object is the template's own, whoever owned the former one.
     cfgScenario = new cfg::CfgScenario();
+    cfgScenarioIsExternal = false;
     if (cfgScenario->load(expanded.c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true, true)) {
         loadCfgScenario();
         return;

@@ -59,7 +59,8 @@ public:
     /// Does not load; throws by value (code 4) beyond the end.
     ScenarioTemplateDb::VariadicParameter* getVariadicParameter(size_t index) const override;
     /// Does not load.
-    void getVariadicParameters(std::vector<ScenarioTemplateDb::VariadicParameter*>& parameters) const override;
+    void
+    getVariadicParameters(std::vector<ScenarioTemplateDb::VariadicParameter*>& parameters) const override;
 
     /// Writes the file at directory + "/" + path; reports nothing.
     void save();
@@ -90,7 +91,7 @@ private:
 
     std::string path;
     std::string directory;
-    bool cfgScenarioIsExternal;
+    mutable bool cfgScenarioIsExternal;
     mutable cfg::CfgScenario* cfgScenario;
     mutable std::unique_ptr<ScenarioTemplateDb::ScenarioNode> rootScenarioNode;
     mutable std::string configuration;

@@ -110,8 +110,12 @@ json walkInstallation(const InstallationOptions& options) {
 }
 
 void printError(const json& node, const std::string& indent) {
-    std::cout << indent << "error: " << node["error"]["message"].get<std::string>() << " (code "
-              << node["error"]["code"].get<int>() << ")\n";
+    // Messages may span lines (a load failure quotes the parser); keep them
+    // inside the tree's indentation.
+    std::string message = node["error"]["message"].get<std::string>();
+    for (size_t at = message.find('\n'); at != std::string::npos; at = message.find('\n', at + 1))
+        message.insert(at + 1, indent + "  ");
+    std::cout << indent << "error: " << message << " (code " << node["error"]["code"].get<int>() << ")\n";
 }
 
 void printTree(const json& tree) {
