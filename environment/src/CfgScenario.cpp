@@ -1,5 +1,7 @@
 #include <environment/SheetCfg/CfgScenario.h>
 
+#include <environment/Commons/FileUtils.h>
+
 #include <pugixml.hpp>
 
 #include <algorithm>
@@ -9,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <new>
+#include <sstream>
 #include <system_error>
 
 #include <fcntl.h>
@@ -498,37 +501,6 @@ Section* unwritableSection(Section& section, int depth) {
     return nullptr;
 }
 
-class FileWriter : public pugi::xml_writer {
-public:
-    explicit FileWriter(int fd) : fd(fd) {}
-    void write(const void* data, size_t size) override {
-        const char* bytes = static_cast<const char*>(data);
-        while (size > 0 && ok) {
-            const ssize_t written = ::write(fd, bytes, size);
-            if (written < 0 && errno == EINTR)
-                continue;
-            if (written <= 0) {
-                ok = false;
-                error = errno;
-                break;
-            }
-            bytes += written;
-            size -= static_cast<size_t>(written);
-        }
-    }
-    bool ok = true;
-    int error = 0;
-
-private:
-    int fd;
-};
-
-mode_t creationMode() {
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    return 0666 & ~mask;
-}
-
 } // namespace
 
 CfgScenario::CfgScenario() : root(std::make_unique<Scenario>()) {}
@@ -584,71 +556,34 @@ bool CfgScenario::load(const char* path, Commons::Encoding::Mode, Orbe::Network*
 }
 
 bool CfgScenario::save(const char* path, Commons::Encoding::Mode, bool backup) {
-    std::string target = normalisedPath(path);
+    const std::string target = normalisedPath(path);
     const std::string shownPath = path ? path : "";
-    int fd = -1;
-    std::string temporary;
     try {
         if (Section* bad = unwritableSection(*root, 0)) {
             errorMessage = shownPath + ": cannot write a section named " + quoted(bad->getName());
             return false;
         }
         if (!failedLoadPath.empty() && target == failedLoadPath) {
+            // The tree is what a failed load left: writing it would lose the file.
             errorMessage = shownPath + ": not replaced, since it could not be loaded";
-            return false;
-        }
-        struct stat status;
-        if (::lstat(target.c_str(), &status) == 0 && S_ISLNK(status.st_mode)) {
-            // Replace the file the link points to, not the link.
-            std::error_code code;
-            const std::filesystem::path linked = std::filesystem::canonical(target, code);
-            if (code) {
-                errorMessage = shownPath + ": cannot follow the link: " + code.message();
-                return false;
-            }
-            target = linked.string();
-        }
-        const bool targetExists = ::stat(target.c_str(), &status) == 0;
-        if (target.empty() || target.back() == '/' || (targetExists && !S_ISREG(status.st_mode))) {
-            errorMessage = shownPath + ": not a file";
             return false;
         }
         pugi::xml_document document;
         writeSection(document, *root);
-
-        // Write beside the target and rename over it, so that readers see
-        // either the old file or the whole new one, never a part.
-        const size_t slash = target.rfind('/');
-        const std::string folder = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
-        const std::string file = slash == std::string::npos ? target : target.substr(slash + 1);
-        temporary = folder + "." + file + ".XXXXXX";
-        fd = ::mkstemp(&temporary[0]);
-        if (fd < 0) {
-            errorMessage = shownPath + ": cannot create a file beside it: " + std::strerror(errno);
-            temporary.clear();
-            return false;
-        }
-        FileWriter writer(fd);
-        document.save(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
-        const mode_t mode = targetExists ? (status.st_mode & 07777) : creationMode();
-        bool ok = writer.ok && ::fchmod(fd, mode) == 0 && ::fsync(fd) == 0;
-        int error = writer.ok ? errno : writer.error;
-        ok = (::close(fd) == 0) && ok;
-        fd = -1;
-        if (ok && backup && targetExists) {
+        std::ostringstream text;
+        document.save(text, "  ", pugi::format_indent, pugi::encoding_utf8);
+        if (backup && Commons::FileUtils::DoesFileExist(target)) {
             std::error_code code;
             std::filesystem::copy_file(target, target + ".bak",
                                        std::filesystem::copy_options::overwrite_existing, code);
-            ok = !code;
-            error = code.value();
+            if (code) {
+                errorMessage = shownPath + ": cannot write the backup: " + code.message();
+                return false;
+            }
         }
-        if (ok && ::rename(temporary.c_str(), target.c_str()) != 0) {
-            ok = false;
-            error = errno;
-        }
-        if (!ok) {
-            errorMessage = shownPath + ": cannot write: " + std::strerror(error);
-            ::unlink(temporary.c_str());
+        std::string reason;
+        if (!Commons::FileUtils::ReplaceFile(target, text.str(), &reason)) {
+            errorMessage = shownPath + ": " + reason;
             return false;
         }
         errorMessage.clear();
@@ -656,10 +591,6 @@ bool CfgScenario::save(const char* path, Commons::Encoding::Mode, bool backup) {
     } catch (const std::exception& e) {
         errorMessage = shownPath + ": cannot write: " + e.what();
     }
-    if (fd >= 0)
-        ::close(fd);
-    if (!temporary.empty())
-        ::unlink(temporary.c_str());
     return false;
 }
 

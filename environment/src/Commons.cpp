@@ -7,11 +7,15 @@
 #include <Poco/UnicodeConverter.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <regex>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace Commons {
 
@@ -106,6 +110,75 @@ bool LoadFile(const std::string& path, std::vector<unsigned char>& bytes) {
     if (stream.bad()) {
         bytes.clear();
         return false;
+    }
+    return true;
+}
+
+namespace {
+
+mode_t creationMode() {
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return 0666 & ~mask;
+}
+
+bool writeAll(int fd, const char* bytes, size_t size) {
+    while (size > 0) {
+        const ssize_t written = ::write(fd, bytes, size);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        bytes += written;
+        size -= static_cast<size_t>(written);
+    }
+    return true;
+}
+
+bool failWith(std::string* error, const std::string& reason) {
+    if (error)
+        *error = reason;
+    return false;
+}
+
+} // namespace
+
+bool ReplaceFile(const std::string& path, const std::string& content, std::string* error) {
+    std::string target = toSlashes(path);
+    struct stat status;
+    if (::lstat(target.c_str(), &status) == 0 && S_ISLNK(status.st_mode)) {
+        std::error_code code;
+        const std::filesystem::path linked = std::filesystem::canonical(target, code);
+        if (code)
+            return failWith(error, "cannot follow the link: " + code.message());
+        target = linked.string();
+    }
+    const bool targetExists = ::stat(target.c_str(), &status) == 0;
+    if (target.empty() || target.back() == '/' || (targetExists && !S_ISREG(status.st_mode)))
+        return failWith(error, "not a file");
+
+    // Readers see either the old file or the whole new one, never a part.
+    const size_t slash = target.rfind('/');
+    const std::string folder = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
+    const std::string file = slash == std::string::npos ? target : target.substr(slash + 1);
+    std::string temporary = folder + "." + file + ".XXXXXX";
+    const int fd = ::mkstemp(&temporary[0]);
+    if (fd < 0)
+        return failWith(error, std::string("cannot create a file beside it: ") + std::strerror(errno));
+    const mode_t mode = targetExists ? (status.st_mode & 07777) : creationMode();
+    bool ok = writeAll(fd, content.data(), content.size()) && ::fchmod(fd, mode) == 0 && ::fsync(fd) == 0;
+    int code = errno;
+    if (::close(fd) != 0 && ok) {
+        ok = false;
+        code = errno;
+    }
+    if (ok && ::rename(temporary.c_str(), target.c_str()) != 0) {
+        ok = false;
+        code = errno;
+    }
+    if (!ok) {
+        ::unlink(temporary.c_str());
+        return failWith(error, std::string("cannot write: ") + std::strerror(code));
     }
     return true;
 }

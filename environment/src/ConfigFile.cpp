@@ -3,6 +3,10 @@
 // Windows-style paths that these files hold.
 #include <environment/Commons/ConfigFile.h>
 
+#include <environment/Commons/FileUtils.h>
+
+#include "Text.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
@@ -12,19 +16,8 @@ namespace Commons {
 
 namespace {
 
-std::string trim(const std::string& text) {
-    const char* blanks = " \t\r\n";
-    size_t first = text.find_first_not_of(blanks);
-    if (first == std::string::npos)
-        return std::string();
-    size_t last = text.find_last_not_of(blanks);
-    return text.substr(first, last - first + 1);
-}
-
-std::string toSlashes(std::string path) {
-    std::replace(path.begin(), path.end(), '\\', '/');
-    return path;
-}
+using environment_detail::toSlashes;
+using environment_detail::trim;
 
 bool isComment(const std::string& trimmed) {
     return trimmed.empty() || trimmed[0] == '#' || trimmed[0] == ';' || trimmed[0] == '!';
@@ -59,24 +52,10 @@ bool readLines(const std::string& path, std::vector<std::string>& lines) {
 // Writes beside the file and renames over it, so that a failed write never
 // leaves a truncated file behind.
 bool writeLines(const std::string& path, const std::vector<std::string>& lines) {
-    const std::string temporary = path + ".tmp";
-    {
-        std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-        if (!out)
-            return false;
-        for (const std::string& line : lines)
-            out << line << '\n';
-        out.flush();
-        if (!out) {
-            std::remove(temporary.c_str());
-            return false;
-        }
-    }
-    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-        std::remove(temporary.c_str());
-        return false;
-    }
-    return true;
+    std::string text;
+    for (const std::string& line : lines)
+        text += line + '\n';
+    return FileUtils::ReplaceFile(path, text);
 }
 
 } // namespace

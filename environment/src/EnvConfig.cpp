@@ -3,6 +3,8 @@
 // configuration folder.
 #include <environment/lmkUtils/EnvConfig.h>
 
+#include "Text.h"
+
 #include <environment/Commons/FileUtils.h>
 #include <environment/Commons/System.h>
 
@@ -51,19 +53,8 @@ State& state() {
     return instance;
 }
 
-std::string trim(const std::string& text) {
-    const char* blanks = " \t\r\n";
-    size_t first = text.find_first_not_of(blanks);
-    if (first == std::string::npos)
-        return std::string();
-    size_t last = text.find_last_not_of(blanks);
-    return text.substr(first, last - first + 1);
-}
-
-std::string toSlashes(std::string path) {
-    std::replace(path.begin(), path.end(), '\\', '/');
-    return path;
-}
+using environment_detail::toSlashes;
+using environment_detail::trim;
 
 std::string expand(const std::string& path) {
     std::string out;

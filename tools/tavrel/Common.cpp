@@ -31,22 +31,36 @@ std::string resolveInstallation(const std::string& given) {
     return TAVREL_SAMPLE_INSTALLATION;
 }
 
-static void report(const std::string& message, int code) {
-    std::cerr << "error: " << message << " (code " << code << ")" << std::endl;
-    exitStatus = 1;
-}
+namespace {
 
-void runReporting(const std::function<void()>& body) {
+// Runs `body` and hands a failure of any form to `onError`.
+void runCatching(const std::function<void()>& body,
+                 const std::function<void(const std::string&, int)>& onError) {
     try {
         body();
     } catch (const ScenarioTemplateDb::Exception& e) {
-        report(e.message, e.code);
+        onError(e.message, e.code);
     } catch (ScenarioTemplateDb::Exception* e) {
         std::unique_ptr<ScenarioTemplateDb::Exception> owned(e);
-        report(owned->message, owned->code);
+        onError(owned->message, owned->code);
     } catch (const std::exception& e) {
-        report(e.what(), -1);
+        onError(e.what(), ScenarioTemplateDb::ExceptionCodeGeneric);
     }
+}
+
+} // namespace
+
+void runReporting(const std::function<void()>& body) {
+    runCatching(body, [](const std::string& message, int code) {
+        std::cerr << "error: " << message << " (code " << code << ")" << std::endl;
+        exitStatus = 1;
+    });
+}
+
+void captureError(nlohmann::ordered_json& node, const std::function<void()>& body) {
+    runCatching(body, [&node](const std::string& message, int code) {
+        node["error"] = nlohmann::ordered_json{{"message", message}, {"code", code}};
+    });
 }
 
 } // namespace tavrel

@@ -2,6 +2,8 @@
 
 #include <ScenarioTemplateDb/Exception.h>
 
+#include <nlohmann/json.hpp>
+
 #include <functional>
 #include <string>
 
@@ -15,5 +17,10 @@ std::string resolveInstallation(const std::string& given);
 /// standard exception prints "error: MESSAGE (code N)" on stderr and makes the
 /// exit status 1.
 void runReporting(const std::function<void()>& body);
+
+/// Runs `body`; a failure of either exception form or a standard exception
+/// becomes an "error" member {message, code} of `node` instead of escaping, so
+/// that one bad branch of a walk doesn't end the walk.
+void captureError(nlohmann::ordered_json& node, const std::function<void()>& body);
 
 } // namespace tavrel

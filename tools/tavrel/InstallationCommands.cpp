@@ -41,24 +41,6 @@ void addInstallationOptions(CLI::App& command, InstallationOptions& options) {
         ->capture_default_str();
 }
 
-// Runs `body`; a failure of either exception form becomes an "error" member of
-// `node`, so that one bad branch doesn't end the walk.
-template <class Body> void capture(json& node, Body body) {
-    auto record = [&node](const std::string& message, int code) {
-        node["error"] = json{{"message", message}, {"code", code}};
-    };
-    try {
-        body();
-    } catch (const Exception& e) {
-        record(e.message, e.code);
-    } catch (Exception* e) {
-        std::unique_ptr<Exception> owned(e);
-        record(owned->message, owned->code);
-    } catch (const std::exception& e) {
-        record(e.what(), ScenarioTemplateDb::ExceptionCodeGeneric);
-    }
-}
-
 json walkScenarios(const DatabaseDirectory& directory, bool names) {
     json scenarios = json::array();
     std::vector<std::shared_ptr<Scenario>> found;
@@ -66,7 +48,7 @@ json walkScenarios(const DatabaseDirectory& directory, bool names) {
     for (size_t index = 0; index < found.size(); ++index) {
         json entry{{"index", index}, {"path", found[index]->getPath()}};
         if (names)
-            capture(entry, [&] { entry["name"] = found[index]->getName(); });
+            captureError(entry, [&] { entry["name"] = found[index]->getName(); });
         scenarios.push_back(std::move(entry));
     }
     return scenarios;
@@ -74,7 +56,7 @@ json walkScenarios(const DatabaseDirectory& directory, bool names) {
 
 json walkConfiguration(const DatabaseDirectory& configuration, const InstallationOptions& options) {
     json node{{"name", configuration.getName()}, {"directories", json::array()}};
-    capture(node, [&] {
+    captureError(node, [&] {
         // A scenario directory is named after a root of the current configuration's
         // data path: a driver filtered on this configuration makes it current.
         TavrelDatabaseDriver focused("", options.version, configuration.getName());
@@ -82,7 +64,8 @@ json walkConfiguration(const DatabaseDirectory& configuration, const Installatio
         configuration.getDirectories(directories);
         for (size_t index = 0; index < directories.size(); ++index) {
             json entry{{"index", index}, {"path", directories[index]->getName()}};
-            capture(entry, [&] { entry["scenarios"] = walkScenarios(*directories[index], options.names); });
+            captureError(entry,
+                         [&] { entry["scenarios"] = walkScenarios(*directories[index], options.names); });
             node["directories"].push_back(std::move(entry));
         }
     });
@@ -98,7 +81,7 @@ json walkInstallation(const InstallationOptions& options) {
     root->getDirectories(versions);
     for (const auto& version : versions) {
         json node{{"version", version->getName()}, {"configurations", json::array()}};
-        capture(node, [&] {
+        captureError(node, [&] {
             std::vector<std::shared_ptr<DatabaseDirectory>> configurations;
             version->getDirectories(configurations);
             for (const auto& configuration : configurations)

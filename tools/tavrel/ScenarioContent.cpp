@@ -1,5 +1,7 @@
 #include "ScenarioContent.h"
 
+#include "Common.h"
+
 #include <ScenarioTemplateDb/Exception.h>
 #include <ScenarioTemplateDb/ScenarioNode.h>
 #include <ScenarioTemplateDb/ScenarioParameter.h>
@@ -20,24 +22,6 @@ using json = nlohmann::ordered_json;
 namespace tavrel {
 
 namespace {
-
-// Runs `body`; a failure of either exception form becomes an "error" member of
-// `node`, so that one unreadable value doesn't hide the rest of the tree.
-template <class Body> void capture(json& node, Body body) {
-    auto record = [&node](const std::string& message, int code) {
-        node["error"] = json{{"message", message}, {"code", code}};
-    };
-    try {
-        body();
-    } catch (const Exception& e) {
-        record(e.message, e.code);
-    } catch (Exception* e) {
-        std::unique_ptr<Exception> owned(e);
-        record(owned->message, owned->code);
-    } catch (const std::exception& e) {
-        record(e.what(), ScenarioTemplateDb::ExceptionCodeGeneric);
-    }
-}
 
 const char* typeName(const ScenarioParameter& parameter) {
     if (parameter.isInteger())
@@ -67,7 +51,7 @@ const char* typeName(ScenarioTemplateDb::ParameterType type) {
 
 json describeNode(const ScenarioNode& node) {
     json out{{"id", node.getId()}, {"nodeId", node.getNodeId()}};
-    capture(out, [&] { out["name"] = node.getName(); });
+    captureError(out, [&] { out["name"] = node.getName(); });
     json parameters = json::array();
     std::vector<ScenarioParameter*> list;
     node.getParameters(list);
@@ -75,7 +59,7 @@ json describeNode(const ScenarioNode& node) {
         json entry{{"id", parameter->getParameterId()},
                    {"type", typeName(*parameter)},
                    {"unit", parameter->getParameterUnit()}};
-        capture(entry, [&] { entry["value"] = parameter->getValueAsString(); });
+        captureError(entry, [&] { entry["value"] = parameter->getValueAsString(); });
         parameters.push_back(std::move(entry));
     }
     out["parameters"] = std::move(parameters);
@@ -141,7 +125,7 @@ json describeVariadic(const VariadicParameter& parameter) {
              {"target", parameter.getParameterId()},
              {"targetFound", parameter.getTargetParameter() != nullptr},
              {"unit", parameter.getParameterUnit()}};
-    capture(out, [&] {
+    captureError(out, [&] {
         if (parameter.isInteger()) {
             out["default"] = parameter.getIntegerDefaultValue();
             std::vector<const VariadicParameter::Range<int>*> ranges;

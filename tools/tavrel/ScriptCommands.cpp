@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "Common.h"
 
+#include <environment/Commons/FileUtils.h>
 #include <scenario/ScenarioModel.h>
 
 #include <cstdio>
@@ -60,7 +61,7 @@ void PrintTree(const ScenarioItem& item, int depth) {
 }
 
 // Writes the item with CR LF line ends, which a nameless header needs to be read
-// back, into a temporary file that replaces `path` only once it is complete.
+// back; `path` is replaced only once the whole text is written.
 bool SaveItem(ScenarioItem& item, const std::string& path) {
     std::ostringstream text;
     scenarioDepth = 0;
@@ -71,21 +72,7 @@ bool SaveItem(ScenarioItem& item, const std::string& path) {
             crlf.push_back('\r');
         crlf.push_back(c);
     }
-    const std::string temporary = path + ".tmp";
-    {
-        std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-        out << crlf;
-        out.flush();
-        if (!out) {
-            std::remove(temporary.c_str());
-            return false;
-        }
-    }
-    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-        std::remove(temporary.c_str());
-        return false;
-    }
-    return true;
+    return Commons::FileUtils::ReplaceFile(path, crlf);
 }
 
 void RunParse(const ParseOptions& options) {
