@@ -265,8 +265,8 @@ TEST_F(ScenarioFile, TargetsPointIntoTheOneTreeKeptWhenALookupComesFirst) {
 
 TEST_F(ScenarioFile, AFileOpenedByTheCallerKeepsOneTreeToo) {
     cfg::CfgScenario file;
-    ASSERT_TRUE(file.load((folder + "/demo.sce").c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true,
-                          true));
+    ASSERT_TRUE(file.load((folder + "/demo.sce").c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false,
+                          true, true));
     TavrelScenario scenario(&file); // reads the declarations at once
     ScenarioParameter* target = scenario.getVariadicParameter(0)->getTargetParameter();
     ASSERT_NE(target, nullptr);

@@ -10,11 +10,10 @@
 #include <environment/SheetCfg/Sections.h>
 
 #include "ExceptionCapture.h"
+#include "TempInstallation.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <limits>
 #include <memory>
 
@@ -37,6 +36,19 @@ std::vector<int> minima(const TavrelVariadicParameter& parameter) {
     for (const auto* range : ranges)
         out.push_back(range->getMinimum());
     return out;
+}
+
+RealRanges realRanges(const TavrelVariadicParameter& parameter) {
+    RealRanges ranges;
+    parameter.getRealRanges(ranges);
+    return ranges;
+}
+
+// How many integer range sections the declaration holds.
+size_t integerRangeSections(cfg::Section& declaration) {
+    std::vector<cfg::Section*> sections;
+    declaration.getSubSection("IntegerParameter")->getSubSections("IntegerRange", sections);
+    return sections.size();
 }
 
 std::vector<std::string> literalsOf(const TavrelVariadicParameter& parameter) {
@@ -67,17 +79,16 @@ TEST_F(Variadic, TypeIsReadFromTheTypedSubSectionBooleanFirst) {
     EXPECT_TRUE(loaded.getBooleanDefaultValue());
     // No integer range was read: asking for them is a type failure.
     EXPECT_EQ(catchPointer([&] { minima(loaded); }).code, 32);
-}
 
-TEST_F(Variadic, NoTypedSubSectionLoadsAsIntegerWithoutRanges) {
-    TavrelVariadicParameter loaded(nullptr, &section);
-    EXPECT_EQ(loaded.getType(), ParameterTypeInteger);
-    EXPECT_TRUE(minima(loaded).empty());
-    EXPECT_EQ(loaded.getTargetParameter(), nullptr);
-    // Using the missing default is a failure of its own, not a crash.
-    Exception e = catchPointer([&] { loaded.getIntegerDefaultValue(); });
-    EXPECT_EQ(e.code, -1);
-    EXPECT_EQ(catchPointer([&] { loaded.insertIntegerRange(0); }).code, -1);
+    // No typed sub-section at all loads as an integer without ranges; using the
+    // missing default is a failure of its own, not a crash.
+    cfg::VariadicParameter empty;
+    TavrelVariadicParameter bare(nullptr, &empty);
+    EXPECT_EQ(bare.getType(), ParameterTypeInteger);
+    EXPECT_TRUE(minima(bare).empty());
+    EXPECT_EQ(bare.getTargetParameter(), nullptr);
+    EXPECT_EQ(catchPointer([&] { bare.getIntegerDefaultValue(); }).code, -1);
+    EXPECT_EQ(catchPointer([&] { bare.insertIntegerRange(0); }).code, -1);
 }
 
 TEST_F(Variadic, IntegerRangesInsertBeforeThePositionOrAtTheFront) {
@@ -106,52 +117,38 @@ TEST_F(Variadic, IntegerRangesInsertBeforeThePositionOrAtTheFront) {
     ASSERT_NE(stored, nullptr);
     EXPECT_EQ(stored->maximum, -10);
 
-    std::vector<cfg::Section*> sections;
-    section.getSubSection("IntegerParameter")->getSubSections("IntegerRange", sections);
-    EXPECT_EQ(sections.size(), 6u);
-}
+    EXPECT_EQ(integerRangeSections(section), 6u);
 
-TEST_F(Variadic, LiteralsAlwaysGoAtTheEnd) {
-    TavrelVariadicParameter fresh(&section);
-    fresh.setType(ParameterTypeLiteral);
-    fresh.setLiteralDefaultValue("a");
-    fresh.insertLiteral(0) = "a";
-    fresh.insertLiteral(0) = "b";
-    fresh.insertLiteral(0) = "new";
-    fresh.insertLiteral(std::numeric_limits<size_t>::max()) = "last";
-    EXPECT_EQ(literalsOf(fresh), (std::vector<std::string>{"a", "b", "new", "last"}));
+    // Literals, whatever the position, always go at the end.
+    cfg::VariadicParameter literalSection;
+    TavrelVariadicParameter literal(&literalSection);
+    literal.setType(ParameterTypeLiteral);
+    literal.setLiteralDefaultValue("a");
+    for (size_t position : {size_t(0), size_t(0), size_t(0), std::numeric_limits<size_t>::max()})
+        literal.insertLiteral(position) = std::to_string(literalsOf(literal).size());
+    EXPECT_EQ(literalsOf(literal), (std::vector<std::string>{"0", "1", "2", "3"}));
 }
 
 TEST_F(Variadic, RemoveRangeRulesAndFailures) {
     TavrelVariadicParameter fresh(&section);
     fresh.setIntegerDefaultValue(0);
-    Exception e = catchValue([&] { fresh.removeRange(0); });
-    EXPECT_EQ(e.message, "Integer range index is out of range");
-    EXPECT_EQ(e.code, 4);
+    EXPECT_TRUE(throwsValue([&] { fresh.removeRange(0); }, "Integer range index is out of range", 4));
     fresh.insertIntegerRange(0).setMinimum(1);
     fresh.insertIntegerRange(1).setMinimum(2);
     fresh.insertIntegerRange(1).setMinimum(3); // 2, 3, 1
     fresh.removeRange(1);
     EXPECT_EQ(minima(fresh), (std::vector<int>{2, 1}));
-    std::vector<cfg::Section*> sections;
-    section.getSubSection("IntegerParameter")->getSubSections("IntegerRange", sections);
-    EXPECT_EQ(sections.size(), 2u);
+    EXPECT_EQ(integerRangeSections(section), 2u);
 
     fresh.setType(ParameterTypeReal);
     fresh.setRealDefaultValue(0.5);
-    e = catchValue([&] { fresh.removeRange(0); });
-    EXPECT_EQ(e.message, "Real range index is out of range");
-    EXPECT_EQ(e.code, 4);
+    EXPECT_TRUE(throwsValue([&] { fresh.removeRange(0); }, "Real range index is out of range", 4));
     fresh.insertRealRange(0).setMaximum(4.5);
     fresh.removeRange(0);
-    RealRanges ranges;
-    fresh.getRealRanges(ranges);
-    EXPECT_TRUE(ranges.empty());
+    EXPECT_TRUE(realRanges(fresh).empty());
 
     fresh.setType(ParameterTypeBoolean);
-    e = catchValue([&] { fresh.removeRange(0); });
-    EXPECT_EQ(e.message, "Invalid type");
-    EXPECT_EQ(e.code, 32);
+    EXPECT_TRUE(throwsValue([&] { fresh.removeRange(0); }, "Invalid type", 32));
     fresh.setType(ParameterTypeLiteral);
     EXPECT_EQ(catchValue([&] { fresh.removeRange(0); }).message, "Invalid type");
 }
@@ -165,9 +162,7 @@ TEST_F(Variadic, ClearRangesKeepsNumericDefaultsButDropsTheWholeLiteralSection) 
     EXPECT_TRUE(minima(fresh).empty());
     EXPECT_EQ(fresh.getIntegerDefaultValue(), 4);
     EXPECT_EQ(section.getSubSection("LiteralParameter"), nullptr);
-    std::vector<cfg::Section*> sections;
-    section.getSubSection("IntegerParameter")->getSubSections("IntegerRange", sections);
-    EXPECT_TRUE(sections.empty());
+    EXPECT_EQ(integerRangeSections(section), 0u);
 
     cfg::VariadicParameter literalSection;
     TavrelVariadicParameter literal(&literalSection);
@@ -200,11 +195,7 @@ TEST_F(Variadic, TypeFailuresArePointersWithCode32) {
          "Variadic parameter type is not an integer"},
         {ParameterTypeInteger, [](TavrelVariadicParameter& p) { p.getRealDefaultValue(); },
          "Variadic parameter is not a real"},
-        {ParameterTypeInteger,
-         [](TavrelVariadicParameter& p) {
-             RealRanges r;
-             p.getRealRanges(r);
-         },
+        {ParameterTypeInteger, [](TavrelVariadicParameter& p) { realRanges(p); },
          "Variadic parameter type is not a real"},
         {ParameterTypeInteger, [](TavrelVariadicParameter& p) { p.insertRealRange(0); },
          "Variadic parameter type is not a real"},
@@ -220,16 +211,12 @@ TEST_F(Variadic, TypeFailuresArePointersWithCode32) {
     for (const Case& c : cases) {
         TavrelVariadicParameter fresh(&section);
         fresh.setType(c.type);
-        Exception e = catchPointer([&] { c.call(fresh); });
-        EXPECT_EQ(e.message, c.message);
-        EXPECT_EQ(e.code, 32);
+        EXPECT_TRUE(throwsPointer([&] { c.call(fresh); }, c.message, 32));
     }
 }
 
 TEST(Range, NullSectionFailsByValue) {
-    Exception e = catchValue([] { TavrelRange<int> range(nullptr); });
-    EXPECT_EQ(e.message, "section null");
-    EXPECT_EQ(e.code, -1);
+    EXPECT_TRUE(throwsValue([] { TavrelRange<int> range(nullptr); }, "section null", -1));
     EXPECT_EQ(catchValue([] { TavrelRange<double> range(nullptr); }).message, "section null");
 
     // A range of the other value type is refused rather than misread.
@@ -247,9 +234,6 @@ namespace {
 class ScenarioVariadics : public ::testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/tavrel-variadic-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        folder = pattern;
         cfg::CfgScenario file;
         cfg::Scenario* root = file.getRootSection();
         root->name = "variadics";
@@ -278,13 +262,11 @@ protected:
         add<cfg::LiteralRange>(literal)->value = "rain";
         save(file);
     }
-    void TearDown() override { std::filesystem::remove_all(folder); }
-
     void save(cfg::CfgScenario& file, const std::string& name = "v.sce") {
-        ASSERT_TRUE(file.save((folder + "/" + name).c_str(), Commons::Encoding::Utf8, false));
+        ASSERT_TRUE(file.save(t.path(name).c_str(), Commons::Encoding::Utf8, false));
     }
     std::unique_ptr<TavrelScenario> open(const std::string& name = "v.sce") {
-        return std::make_unique<TavrelScenario>("main", name, folder);
+        return std::make_unique<TavrelScenario>("main", name, t.root());
     }
     std::vector<TavrelVariadicParameter*> variadics(const TavrelScenario& scenario) {
         std::vector<TavrelVariadicParameter*> out{nullptr};
@@ -292,16 +274,15 @@ protected:
         return out;
     }
 
-    std::string folder;
+    TempInstallation t;
 };
 
 } // namespace
 
 TEST_F(ScenarioVariadics, NothingIsListedBeforeTheCountIsAsked) {
     auto scenario = open();
-    Exception e = catchValue([&] { scenario->getVariadicParameter(0); });
-    EXPECT_EQ(e.message, "Invalid variadic parameter index");
-    EXPECT_EQ(e.code, 4);
+    EXPECT_TRUE(
+        throwsValue([&] { scenario->getVariadicParameter(0); }, "Invalid variadic parameter index", 4));
     std::vector<ScenarioTemplateDb::VariadicParameter*> listed{nullptr};
     scenario->getVariadicParameters(listed);
     EXPECT_TRUE(listed.empty());
@@ -322,15 +303,14 @@ TEST_F(ScenarioVariadics, NothingIsListedBeforeTheCountIsAsked) {
 TEST_F(ScenarioVariadics, ATargetWithAMissingStepStopsTheLoadButKeepsWhatWasRead) {
     cfg::CfgScenario file;
     ASSERT_TRUE(
-        file.load((folder + "/v.sce").c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true, true));
+        file.load(t.path("v.sce").c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true, true));
     add<cfg::VariadicParameter>(file.getRootSection())->parameterId = "/sce/Scenario/Road/width";
     add<cfg::VariadicParameter>(file.getRootSection())->parameterId = "/sce/Scenario/Road/lanes";
     save(file, "broken.sce");
 
     auto scenario = open("broken.sce");
-    Exception e = catchPointer([&] { scenario->getVariadicParameterNumber(); });
-    EXPECT_EQ(e.message, "No child parameter with id=width in scenario element : Road");
-    EXPECT_EQ(e.code, -1);
+    EXPECT_TRUE(throwsPointer([&] { scenario->getVariadicParameterNumber(); },
+                              "No child parameter with id=width in scenario element : Road", -1));
     // The file stays loaded with the declarations read before the failure.
     EXPECT_EQ(scenario->getVariadicParameterNumber(), 2u);
     EXPECT_EQ(scenario->getName(), "variadics");
@@ -418,13 +398,12 @@ TEST_F(ScenarioVariadics, EditedDeclarationsSurviveSaveAndReload) {
     EXPECT_TRUE(read[2]->isReal());
     EXPECT_DOUBLE_EQ(read[2]->getRealDefaultValue(), 12.5);
     EXPECT_EQ(read[2]->getTargetParameter(), reopened->getParameterFromId("/sce/Scenario/Road/speed"));
-    RealRanges realRanges;
-    read[2]->getRealRanges(realRanges);
-    ASSERT_EQ(realRanges.size(), 2u);
-    EXPECT_DOUBLE_EQ(realRanges[0]->getMinimum(), 5.25);
-    EXPECT_DOUBLE_EQ(realRanges[0]->getMaximum(), 10);
-    EXPECT_DOUBLE_EQ(realRanges[1]->getMinimum(), 90);
-    EXPECT_DOUBLE_EQ(realRanges[1]->getMaximum(), 80);
+    const RealRanges speeds = realRanges(*read[2]);
+    ASSERT_EQ(speeds.size(), 2u);
+    EXPECT_DOUBLE_EQ(speeds[0]->getMinimum(), 5.25);
+    EXPECT_DOUBLE_EQ(speeds[0]->getMaximum(), 10);
+    EXPECT_DOUBLE_EQ(speeds[1]->getMinimum(), 90);
+    EXPECT_DOUBLE_EQ(speeds[1]->getMaximum(), 80);
 
     EXPECT_TRUE(read[3]->isBoolean());
     EXPECT_TRUE(read[3]->getBooleanDefaultValue());
