@@ -5,32 +5,12 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <set>
-#include <sys/wait.h>
 
 namespace {
 
-struct ToolRun {
-    int status;
-    std::string output;
-};
-
-// Runs the tool with `arguments` (already quoted for the shell), stderr into the output.
 ToolRun tavrel(const std::string& arguments) {
-    const std::string command = "env -u TAVREL_CONFIG '" TAVREL_TOOL "' " + arguments + " 2>&1";
-    ToolRun run{-1, std::string()};
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (!pipe)
-        return run;
-    std::array<char, 4096> buffer;
-    size_t n;
-    while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        run.output.append(buffer.data(), n);
-    int status = ::pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
+    return runTool(TAVREL_TOOL, arguments);
 }
 
 std::string quoted(const std::string& text) {
