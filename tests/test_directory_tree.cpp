@@ -103,10 +103,11 @@ TEST_F(DirectoryTreeTest, EachLevelListsInIndexOrder) {
     EXPECT_EQ(names(directories), (std::vector<std::string>{t.path("projects/one"), t.path("projects/two")}));
     EXPECT_EQ(configuration->getDirectory(1)->getName(), t.path("projects/two"));
 
-    EXPECT_TRUE(throwsValue([&] { top->getDirectory(2); },
-                            "Invalid version index : 2\nCurrent Tavrel installation ${TAVREL_HOME}/tavrel.cfg "
-                            "only contain 2 different versions.",
-                            4));
+    EXPECT_TRUE(
+        throwsValue([&] { top->getDirectory(2); },
+                    "Invalid version index : 2\nCurrent Tavrel installation ${TAVREL_HOME}/tavrel.cfg "
+                    "only contain 2 different versions.",
+                    4));
     EXPECT_TRUE(throwsValue([&] { version->getDirectory(2); },
                             "Invalid configuration index : 2\nCurrent version 2.0 only contain 2 different "
                             "configurations.",

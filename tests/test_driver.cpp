@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 
 using ScenarioTemplateDb::Exception;
@@ -65,11 +64,6 @@ TEST_F(DriverTest, UriFollowsTheInstallationInForceAndCopiesShareIt) {
     EXPECT_EQ(driver.getURI(), "tavrel://${TAVREL_HOME}/install.cfg?version=1.2");
     copy = second;
     EXPECT_EQ(copy.getURI(), "tavrel://${TAVREL_HOME}/install.cfg");
-}
-
-TEST_F(DriverTest, FailsAsTheDatabaseDoes) {
-    EXPECT_TRUE(throwsValue([&] { TavrelDatabaseDriver(t.path("none.cfg"), "*", "*"); },
-                            "Tavrel configuration file [" + t.path("none.cfg") + "] doesn't exists!", -1));
 }
 
 TEST_F(DriverTest, ScenariosByPathComeFromTheFilteredConfiguration) {
