@@ -42,34 +42,30 @@ std::vector<std::string> split(const std::string& id) {
 
 const std::string vehicleX = "/sce/Scenario/Vehicle[id/@ScenarioTreeValue=4]/Position/x";
 
-// A fresh folder holding "demo.sce": an environment section, vehicles 3 and 4
+// A temporary folder holding "demo.sce": an environment section, vehicles 3 and 4
 // with positions, a driver, and variadic parameters aimed at vehicle 4's x, at
 // nothing, and at a foreign id.
 class ScenarioFile : public ::testing::Test {
 protected:
     void SetUp() override {
-        cfg::CfgScenario file;
-        cfg::Scenario* root = file.getRootSection();
-        root->name = "demo";
-        root->description = "two cars";
-        cfg::Section* environment = root->createSubSection("Environment");
-        environment->addParameter("fog", cfg::ParameterBool, lmk::U_NONE, "Fog").getBool() = true;
-        for (int id : {3, 4}) {
-            cfg::Vehicle* vehicle = add<cfg::Vehicle>(root);
-            vehicle->id = id;
-            vehicle->driverId = 7;
-            vehicle->name = "car" + std::to_string(id);
-            cfg::Section* position = vehicle->createSubSection("Position");
-            position->addParameter("x", cfg::ParameterReal, lmk::U_M).getDouble() = 10.0 * id;
-            position->addParameter("lane", cfg::ParameterInt, lmk::U_NONE).getInt() = id;
-        }
-        cfg::Driver* driver = add<cfg::Driver>(root);
-        driver->id = 7;
-        driver->label = "D";
-        add<cfg::VariadicParameter>(root)->parameterId = vehicleX;
-        add<cfg::VariadicParameter>(root);
-        add<cfg::VariadicParameter>(root)->parameterId = "/elsewhere/Scenario/x";
-        ASSERT_TRUE(file.save(t.path("demo.sce").c_str(), Commons::Encoding::Utf8, false));
+        t.write("demo.sce", R"(<Scenario name="demo" description="two cars">
+  <Environment><Parameter name="fog" type="bool" verbose="Fog">true</Parameter></Environment>
+  <Vehicle id="3" driverId="7" name="car3">
+    <Position>
+      <Parameter name="x" type="real" unit="m">30</Parameter><Parameter name="lane" type="int">3</Parameter>
+    </Position>
+  </Vehicle>
+  <Vehicle id="4" driverId="7" name="car4">
+    <Position>
+      <Parameter name="x" type="real" unit="m">40</Parameter><Parameter name="lane" type="int">4</Parameter>
+    </Position>
+  </Vehicle>
+  <Driver id="7" label="D"/>
+  <VariadicParameter parameterId="/sce/Scenario/Vehicle[id/@ScenarioTreeValue=4]/Position/x"/>
+  <VariadicParameter/>
+  <VariadicParameter parameterId="/elsewhere/Scenario/x"/>
+</Scenario>
+)");
     }
     std::unique_ptr<TavrelScenario> open(const std::string& name = "demo.sce") {
         return std::make_unique<TavrelScenario>("main", name, t.root());

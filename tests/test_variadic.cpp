@@ -233,38 +233,24 @@ namespace {
 // declarations: an integer one on "lanes" and a literal one on "weather".
 class ScenarioVariadics : public ::testing::Test {
 protected:
-    void SetUp() override {
-        cfg::CfgScenario file;
-        cfg::Scenario* root = file.getRootSection();
-        root->name = "variadics";
-        root->description = "to be cleared";
-        cfg::Section* road = root->createSubSection("Road");
-        road->addParameter("lanes", cfg::ParameterInt, lmk::U_NONE).getInt() = 2;
-        road->addParameter("speed", cfg::ParameterReal, lmk::U_KM_H).getDouble() = 10;
-        road->addParameter("wet", cfg::ParameterBool, lmk::U_NONE);
-        road->addParameter("weather", cfg::ParameterString, lmk::U_NONE).getString() = "sun";
-
-        cfg::VariadicParameter* lanes = add<cfg::VariadicParameter>(root);
-        lanes->name = "lanes";
-        lanes->parameterId = "/sce/Scenario/Road/lanes";
-        cfg::IntegerParameter* integer = add<cfg::IntegerParameter>(lanes);
-        integer->defaultValue = 2;
-        cfg::IntegerRange* range = add<cfg::IntegerRange>(integer);
-        range->minimum = 1;
-        range->maximum = 4;
-
-        cfg::VariadicParameter* weather = add<cfg::VariadicParameter>(root);
-        weather->name = "weather";
-        weather->parameterId = "/sce/Scenario/Road/weather";
-        cfg::LiteralParameter* literal = add<cfg::LiteralParameter>(weather);
-        literal->defaultValue = "sun";
-        add<cfg::LiteralRange>(literal)->value = "sun";
-        add<cfg::LiteralRange>(literal)->value = "rain";
-        save(file);
+    // The file, with `more` declarations after its own.
+    static std::string text(const std::string& more = "") {
+        return R"(<Scenario name="variadics" description="to be cleared">
+  <Road>
+    <Parameter name="lanes" type="int">2</Parameter>
+    <Parameter name="speed" type="real" unit="km/h">10</Parameter>
+    <Parameter name="wet" type="bool">false</Parameter>
+    <Parameter name="weather" type="string">sun</Parameter>
+  </Road>
+  <VariadicParameter name="lanes" parameterId="/sce/Scenario/Road/lanes">
+    <IntegerParameter default="2"><IntegerRange minimum="1" maximum="4"/></IntegerParameter>
+  </VariadicParameter>
+  <VariadicParameter name="weather" parameterId="/sce/Scenario/Road/weather">
+    <LiteralParameter default="sun"><LiteralRange value="sun"/><LiteralRange value="rain"/></LiteralParameter>
+  </VariadicParameter>
+)" + more + "</Scenario>\n";
     }
-    void save(cfg::CfgScenario& file, const std::string& name = "v.sce") {
-        ASSERT_TRUE(file.save(t.path(name).c_str(), Commons::Encoding::Utf8, false));
-    }
+    void SetUp() override { t.write("v.sce", text()); }
     std::unique_ptr<TavrelScenario> open(const std::string& name = "v.sce") {
         return std::make_unique<TavrelScenario>("main", name, t.root());
     }
@@ -301,12 +287,8 @@ TEST_F(ScenarioVariadics, NothingIsListedBeforeTheCountIsAsked) {
 }
 
 TEST_F(ScenarioVariadics, ATargetWithAMissingStepStopsTheLoadButKeepsWhatWasRead) {
-    cfg::CfgScenario file;
-    ASSERT_TRUE(
-        file.load(t.path("v.sce").c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true, true));
-    add<cfg::VariadicParameter>(file.getRootSection())->parameterId = "/sce/Scenario/Road/width";
-    add<cfg::VariadicParameter>(file.getRootSection())->parameterId = "/sce/Scenario/Road/lanes";
-    save(file, "broken.sce");
+    t.write("broken.sce", text(R"(<VariadicParameter parameterId="/sce/Scenario/Road/width"/>
+                                  <VariadicParameter parameterId="/sce/Scenario/Road/lanes"/>)"));
 
     auto scenario = open("broken.sce");
     EXPECT_TRUE(throwsPointer([&] { scenario->getVariadicParameterNumber(); },
