@@ -13,6 +13,11 @@ ToolRun tavrel(const std::string& arguments) {
     return runTool(TAVREL_TOOL, arguments);
 }
 
+// The scenarios of the first directory of the first configuration in a JSON listing.
+nlohmann::json firstScenarios(const std::string& output) {
+    return nlohmann::json::parse(output)["versions"][0]["configurations"][0]["directories"][0]["scenarios"];
+}
+
 std::string quoted(const std::string& text) {
     return "'" + text + "'";
 }
@@ -103,8 +108,7 @@ TEST(Browse, NamesLoadEachScenario) {
     const std::string file = t.writeInstallationFile();
     ToolRun run = tavrel("browse --json --names --installation " + quoted(file));
     ASSERT_EQ(run.status, 0) << run.output;
-    auto scenarios =
-        nlohmann::json::parse(run.output)["versions"][0]["configurations"][0]["directories"][0]["scenarios"];
+    auto scenarios = firstScenarios(run.output);
     ASSERT_EQ(scenarios.size(), 1u);
     EXPECT_EQ(scenarios[0]["name"], "good.sce");
 
@@ -112,8 +116,7 @@ TEST(Browse, NamesLoadEachScenario) {
     t.write("projects/p/data/scenario/bad.sce", "not a scenario");
     run = tavrel("browse --json --names --installation " + quoted(file));
     ASSERT_EQ(run.status, 0) << run.output;
-    scenarios =
-        nlohmann::json::parse(run.output)["versions"][0]["configurations"][0]["directories"][0]["scenarios"];
+    scenarios = firstScenarios(run.output);
     ASSERT_EQ(scenarios.size(), 2u);
     for (const auto& scenario : scenarios) {
         if (scenario["path"] == "bad.sce")

@@ -184,13 +184,9 @@ TEST_F(DatabaseTest, MissingDataFolderMakesTheConfigurationUnusable) {
 }
 
 TEST_F(DatabaseTest, ScenarioFilesAreFilteredAndRelative) {
-    t.addScenario("one", "top.sce");
-    t.addScenario("one", "sub/inner.sce");
-    t.addScenario("one", "sub/deeper/deep.sce");
-    t.addScenario("one", "CAPS.SCE");
-    t.addScenario("one", "a.sce.bak");
-    t.addScenario("one", "old.sce/hidden.txt");
-    t.addScenario("one", "zz.sce");
+    for (const char* file : {"top.sce", "sub/inner.sce", "sub/deeper/deep.sce", "CAPS.SCE", "a.sce.bak",
+                             "old.sce/hidden.txt", "zz.sce"})
+        t.addScenario("one", file);
     auto db = open("*", "A");
 
     std::vector<ScenarioPath> paths;

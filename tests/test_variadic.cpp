@@ -6,7 +6,6 @@
 
 #include <ScenarioTemplateDb/Exception.h>
 #include <ScenarioTemplateDb/ScenarioParameter.h>
-#include <environment/SheetCfg/CfgScenario.h>
 #include <environment/SheetCfg/Sections.h>
 
 #include "ExceptionCapture.h"
