@@ -303,6 +303,7 @@ TEST_F(CfgScenarioTest, SaveFollowsLinksKeepsABackupAndTakesBackslashes) {
     scenario.getRootSection()->name = "new";
     ASSERT_TRUE(scenario.save(path.c_str(), Commons::Encoding::Utf8, true)) << scenario.errorMessage;
     EXPECT_EQ(t.read("real.sce.bak"), old);
+    EXPECT_NE(t.read("real.sce").find("name=\"new\""), std::string::npos);
 
     fs::create_symlink("real.sce", t.path("link.sce"));
     scenario.getRootSection()->name = "linked";

@@ -22,8 +22,15 @@ public:
     using TavrelScenario::TavrelScenario;
 };
 
+const char* const crossing = "<?xml version=\"1.0\"?>\n"
+                             "<Scenario name=\"Crossing\" description=\"A signalled crossing\">\n"
+                             "  <Vehicle id=\"1\" driverId=\"2\" name=\"ego\" />\n"
+                             "</Scenario>\n";
+
+// A temporary folder holding city/crossing.sce.
 class TavrelScenarioTest : public ::testing::Test {
 protected:
+    void SetUp() override { t.write("city/crossing.sce", crossing); }
     std::string dir() const { return t.root(); }
     // The message of a failed load of the file at `relative`, ending in the reader's error.
     std::string loadFailure(const std::string& relative, const std::string& error) const {
@@ -32,11 +39,6 @@ protected:
     }
     TempInstallation t;
 };
-
-const char* const crossing = "<?xml version=\"1.0\"?>\n"
-                             "<Scenario name=\"Crossing\" description=\"A signalled crossing\">\n"
-                             "  <Vehicle id=\"1\" driverId=\"2\" name=\"ego\" />\n"
-                             "</Scenario>\n";
 
 TEST_F(TavrelScenarioTest, PathsNeedNoFileAndAMissingFileFailsOnFirstUse) {
     TavrelScenario scenario("Default", "city/missing.sce", dir());
@@ -68,7 +70,6 @@ TEST_F(TavrelScenarioTest, ASyntaxErrorIsReportedWithItsPosition) {
 }
 
 TEST_F(TavrelScenarioTest, LoadsOnceAndReadsTheRootSection) {
-    t.write("city/crossing.sce", crossing);
     Probe scenario("Default", "city/crossing.sce", dir());
     EXPECT_EQ(scenario.getName(), "Crossing");
     EXPECT_EQ(scenario.getDescription(), "A signalled crossing");
@@ -84,7 +85,6 @@ TEST_F(TavrelScenarioTest, LoadsOnceAndReadsTheRootSection) {
 }
 
 TEST_F(TavrelScenarioTest, TheDirectoryMayHoldVariables) {
-    t.write("city/crossing.sce", crossing);
     ::setenv("TAVREL_TEST_SCENARIO_DIR", dir().c_str(), 1);
     TavrelScenario scenario("Default", "city/crossing.sce", "${TAVREL_TEST_SCENARIO_DIR}");
     EXPECT_EQ(scenario.getFilePath(), "${TAVREL_TEST_SCENARIO_DIR}/city/crossing.sce");
@@ -106,7 +106,6 @@ TEST_F(TavrelScenarioTest, FetchFailures) {
     // Then, the load having been tried, fetch fails in its own words.
     EXPECT_TRUE(throwsValue([&] { missing.fetch(bytes); }, "Unable to load scenario ", 20));
 
-    t.write("city/crossing.sce", crossing);
     TavrelScenario gone("Default", "city/crossing.sce", dir());
     EXPECT_EQ(gone.getName(), "Crossing");
     fs::remove(t.path("city/crossing.sce"));
@@ -114,7 +113,6 @@ TEST_F(TavrelScenarioTest, FetchFailures) {
 }
 
 TEST_F(TavrelScenarioTest, SaveWritesWhereThePathPoints) {
-    t.write("city/crossing.sce", crossing);
     TavrelScenario scenario("Default", "city/crossing.sce", dir());
     scenario.setName("Crossing at night");
     scenario.setDescription("Dark, with \"quotes\" & <brackets>");
