@@ -56,7 +56,9 @@ protected:
 
 } // namespace
 
-TEST_F(DirectoryTreeTest, LevelsAboveScenarioDirectoriesHoldNoScenario) {
+// The levels above scenario directories list their sub-directories in index
+// order and hold no scenario.
+TEST_F(DirectoryTreeTest, UpperLevelsListDirectoriesAndHoldNoScenario) {
     auto top = root();
     auto version = top->getDirectory(0);
     auto configuration = version->getDirectory(0);
@@ -78,10 +80,7 @@ TEST_F(DirectoryTreeTest, LevelsAboveScenarioDirectoriesHoldNoScenario) {
     EXPECT_TRUE(
         throwsValue([&] { TavrelConfigurationRootDirectory(nullptr).createScenario(); },
                     "Unable to create a scenario template into the Tavrel installation root directory!", -1));
-}
 
-TEST_F(DirectoryTreeTest, EachLevelListsInIndexOrder) {
-    auto top = root();
     EXPECT_EQ(top->getName(), "${TAVREL_HOME}/tavrel.cfg");
     Directories directories{nullptr, nullptr, nullptr, nullptr};
     top->getDirectories(directories);
@@ -89,13 +88,11 @@ TEST_F(DirectoryTreeTest, EachLevelListsInIndexOrder) {
     ASSERT_EQ(top->getDirectoryNumber(), 2u);
     EXPECT_EQ(top->getDirectory(1)->getName(), "3.0");
 
-    auto version = top->getDirectory(0);
     version->getDirectories(directories);
     EXPECT_EQ(names(directories), (std::vector<std::string>{"Main", "Side"}));
     EXPECT_EQ(version->getDirectory(1)->getName(), "Side");
     EXPECT_EQ(version->getDirectoryNumber(), 2u);
 
-    auto configuration = version->getDirectory(0);
     configuration->getDirectories(directories);
     ASSERT_EQ(directories.size(), 2u);
     EXPECT_EQ(configuration->getDirectoryNumber(), 2u);
