@@ -4,10 +4,14 @@
 #include <Poco/Path.h>
 #include <Poco/TemporaryFile.h>
 
+#include <array>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
+#include <sys/wait.h>
 
 TempInstallation::TempInstallation() {
     folder = Poco::TemporaryFile::tempName();
@@ -78,4 +82,29 @@ std::string TempInstallation::writeInstallationFile(const std::string& current) 
     for (const Configuration& c : configurations)
         text += "[configuration " + c.name + "]\npath = " + c.folder + "\n\n";
     return write("tavrel.cfg", text);
+}
+
+std::string TempInstallation::read(const std::string& relative) const {
+    return readFile(path(relative));
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+ToolRun runTool(const std::string& tool, const std::string& arguments, bool errors) {
+    const std::string command =
+        "env -u TAVREL_CONFIG '" + tool + "' " + arguments + (errors ? " 2>&1" : " 2>/dev/null");
+    ToolRun run{-1, std::string()};
+    FILE* pipe = ::popen(command.c_str(), "r");
+    if (!pipe)
+        return run;
+    std::array<char, 4096> buffer;
+    size_t n;
+    while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
+        run.output.append(buffer.data(), n);
+    const int status = ::pclose(pipe);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
 }

@@ -19,6 +19,8 @@ public:
     std::string path(const std::string& relative) const;
     /// Writes a file (creating its folders) and returns its absolute path.
     std::string write(const std::string& relative, const std::string& content) const;
+    /// The bytes of root() + "/" + relative ("" if it can't be read).
+    std::string read(const std::string& relative) const;
     /// Creates a folder and its parents; returns its absolute path.
     std::string makeFolder(const std::string& relative) const;
     /// Writes a placeholder scenario file under projects/<root>/data/scenario.
@@ -41,3 +43,17 @@ private:
     std::string folder;
     std::vector<Configuration> configurations;
 };
+
+/// The bytes of the file at `path` ("" if it can't be read).
+std::string readFile(const std::string& path);
+
+/// What a run of the command-line tool gave.
+struct ToolRun {
+    int status;
+    std::string output;
+};
+
+/// Runs the tool at `tool` with `arguments` (already quoted for the shell), with
+/// TAVREL_CONFIG unset so that only the arguments choose the installation;
+/// stderr joins the output, or is dropped when `errors` is false.
+ToolRun runTool(const std::string& tool, const std::string& arguments, bool errors = true);

@@ -5,32 +5,17 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <set>
-#include <sys/wait.h>
 
 namespace {
 
-struct ToolRun {
-    int status;
-    std::string output;
-};
-
-// Runs the tool with `arguments` (already quoted for the shell), stderr into the output.
 ToolRun tavrel(const std::string& arguments) {
-    const std::string command = "env -u TAVREL_CONFIG '" TAVREL_TOOL "' " + arguments + " 2>&1";
-    ToolRun run{-1, std::string()};
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (!pipe)
-        return run;
-    std::array<char, 4096> buffer;
-    size_t n;
-    while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        run.output.append(buffer.data(), n);
-    int status = ::pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
+    return runTool(TAVREL_TOOL, arguments);
+}
+
+// The scenarios of the first directory of the first configuration in a JSON listing.
+nlohmann::json firstScenarios(const std::string& output) {
+    return nlohmann::json::parse(output)["versions"][0]["configurations"][0]["directories"][0]["scenarios"];
 }
 
 std::string quoted(const std::string& text) {
@@ -123,8 +108,7 @@ TEST(Browse, NamesLoadEachScenario) {
     const std::string file = t.writeInstallationFile();
     ToolRun run = tavrel("browse --json --names --installation " + quoted(file));
     ASSERT_EQ(run.status, 0) << run.output;
-    auto scenarios =
-        nlohmann::json::parse(run.output)["versions"][0]["configurations"][0]["directories"][0]["scenarios"];
+    auto scenarios = firstScenarios(run.output);
     ASSERT_EQ(scenarios.size(), 1u);
     EXPECT_EQ(scenarios[0]["name"], "good.sce");
 
@@ -132,8 +116,7 @@ TEST(Browse, NamesLoadEachScenario) {
     t.write("projects/p/data/scenario/bad.sce", "not a scenario");
     run = tavrel("browse --json --names --installation " + quoted(file));
     ASSERT_EQ(run.status, 0) << run.output;
-    scenarios =
-        nlohmann::json::parse(run.output)["versions"][0]["configurations"][0]["directories"][0]["scenarios"];
+    scenarios = firstScenarios(run.output);
     ASSERT_EQ(scenarios.size(), 2u);
     for (const auto& scenario : scenarios) {
         if (scenario["path"] == "bad.sce")

@@ -1,10 +1,10 @@
+#include "TempInstallation.h"
+
 #include <environment/SheetCfg/CfgScenario.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <string>
 
@@ -53,31 +53,15 @@ std::string dump(cfg::CfgScenario& scenario) {
 
 class CfgScenarioTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "cfgscenario-XXXXXX").string();
-        ASSERT_NE(::mkdtemp(&pattern[0]), nullptr);
-        folder = pattern;
-    }
-    void TearDown() override { fs::remove_all(folder); }
-
-    std::string write(const std::string& name, const std::string& bytes) {
-        const std::string path = (folder / name).string();
-        std::ofstream(path, std::ios::binary) << bytes;
-        return path;
-    }
-    static std::string read(const std::string& path) {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    }
-    bool load(cfg::CfgScenario& scenario, const std::string& path) {
+    static bool load(cfg::CfgScenario& scenario, const std::string& path) {
         return scenario.load(path.c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true, true);
     }
-    bool save(cfg::CfgScenario& scenario, const std::string& path) {
+    static bool save(cfg::CfgScenario& scenario, const std::string& path) {
         return scenario.save(path.c_str(), Commons::Encoding::Utf8, false);
     }
     // The error of loading `bytes`, without the "PATH:" in front.
     std::string loadError(const std::string& bytes) {
-        const std::string path = write("bad.sce", bytes);
+        const std::string path = t.write("bad.sce", bytes);
         cfg::CfgScenario scenario;
         if (load(scenario, path))
             return "loaded";
@@ -86,10 +70,10 @@ protected:
         return scenario.errorMessage.substr(path.size() + 1);
     }
     size_t fileCount() const {
-        return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+        return std::distance(fs::directory_iterator(t.root()), fs::directory_iterator());
     }
 
-    fs::path folder;
+    TempInstallation t;
 };
 
 TEST_F(CfgScenarioTest, ReadsEverySectionClassAndParameterType) {
@@ -144,14 +128,14 @@ TEST_F(CfgScenarioTest, ReadsEverySectionClassAndParameterType) {
 TEST_F(CfgScenarioTest, LoadSaveLoadGivesTheSameTreeAndTheSameBytes) {
     cfg::CfgScenario first;
     ASSERT_TRUE(load(first, TAVREL_TEST_DATA "/scenario/complete.sce")) << first.errorMessage;
-    const std::string path = (folder / "copy.sce").string();
+    const std::string path = t.path("copy.sce");
     ASSERT_TRUE(save(first, path)) << first.errorMessage;
     cfg::CfgScenario second;
     ASSERT_TRUE(load(second, path)) << second.errorMessage;
     EXPECT_EQ(dump(second), dump(first));
-    const std::string again = (folder / "again.sce").string();
+    const std::string again = t.path("again.sce");
     ASSERT_TRUE(save(second, again));
-    EXPECT_EQ(read(again), read(path));
+    EXPECT_EQ(t.read("again.sce"), t.read("copy.sce"));
     EXPECT_EQ(fileCount(), 2u); // no temporary left behind
 }
 
@@ -171,7 +155,7 @@ TEST_F(CfgScenarioTest, ScriptTextAndAwkwardValuesSurviveByteForByte) {
     root->addParameter("yes", cfg::ParameterBool, lmk::U_NONE).getBool() = true;
     root->addParameter("where", cfg::ParameterVector, lmk::U_M).getVector() = lmk::Vector3(1e-300, -0.0, 7);
     root->addParameter("empty", cfg::ParameterChoice, lmk::U_DIMENSIONLESS);
-    const std::string path = (folder / "script.sce").string();
+    const std::string path = t.path("script.sce");
     ASSERT_TRUE(save(scenario, path)) << scenario.errorMessage;
 
     cfg::CfgScenario loaded;
@@ -186,10 +170,10 @@ TEST_F(CfgScenarioTest, ScriptTextAndAwkwardValuesSurviveByteForByte) {
 
 TEST_F(CfgScenarioTest, ScriptTextInAFileKeepsItsLineEnds) {
     const std::string path =
-        write("crlf.sce", "<Scenario>\r\n  <ScenarioScript name=\"s\" scriptType=\"nuro\">"
-                          "<![CDATA[A\r\n\tB\r\n]]><![CDATA[C]]></ScenarioScript>\r\n"
-                          "  <Parameter name=\"p\" type=\"int\">\r\n 4 \r\n</Parameter>\r\n"
-                          "</Scenario>\r\n");
+        t.write("crlf.sce", "<Scenario>\r\n  <ScenarioScript name=\"s\" scriptType=\"nuro\">"
+                            "<![CDATA[A\r\n\tB\r\n]]><![CDATA[C]]></ScenarioScript>\r\n"
+                            "  <Parameter name=\"p\" type=\"int\">\r\n 4 \r\n</Parameter>\r\n"
+                            "</Scenario>\r\n");
     cfg::CfgScenario scenario;
     ASSERT_TRUE(load(scenario, path)) << scenario.errorMessage;
     auto* script = dynamic_cast<cfg::ScenarioScript*>(scenario.getRootSection()->getSubSection(size_t(0)));
@@ -244,11 +228,11 @@ TEST_F(CfgScenarioTest, EveryLoadErrorNamesPathLineAndColumn) {
 
 TEST_F(CfgScenarioTest, UnreadableFilesAndHostileInputFailCleanly) {
     cfg::CfgScenario scenario;
-    const std::string missing = (folder / "missing.sce").string();
+    const std::string missing = t.path("missing.sce");
     EXPECT_FALSE(load(scenario, missing));
     EXPECT_EQ(scenario.errorMessage, missing + ":1:1: cannot read the file");
-    EXPECT_FALSE(load(scenario, folder.string()));
-    EXPECT_EQ(scenario.errorMessage, folder.string() + ":1:1: cannot read the file");
+    EXPECT_FALSE(load(scenario, t.root()));
+    EXPECT_EQ(scenario.errorMessage, t.root() + ":1:1: cannot read the file");
     EXPECT_FALSE(scenario.load(nullptr, Commons::Encoding::Utf8, nullptr, nullptr, false, true, true));
 
     std::string deep;
@@ -260,89 +244,79 @@ TEST_F(CfgScenarioTest, UnreadableFilesAndHostileInputFailCleanly) {
     EXPECT_EQ(loadError(nested + "</Scenario>"), "1:1547: sections are nested too deeply");
 
     // Every prefix of a real file fails or loads, without crashing.
-    std::ifstream in(TAVREL_TEST_DATA "/scenario/complete.sce", std::ios::binary);
-    const std::string whole((std::istreambuf_iterator<char>(in)), {});
+    const std::string whole = readFile(TAVREL_TEST_DATA "/scenario/complete.sce");
     for (size_t size = 0; size < whole.size(); size += 11)
         loadError(whole.substr(0, size));
     EXPECT_EQ(loadError("<Scenario name=\"\xff\xfe\x01\"/>"), "loaded");
 }
 
-TEST_F(CfgScenarioTest, AFailedLoadKeepsThePreviousTree) {
+TEST_F(CfgScenarioTest, AFailedLoadKeepsThePreviousTreeAndNeverReplacesTheFile) {
     cfg::CfgScenario scenario;
     ASSERT_TRUE(load(scenario, TAVREL_TEST_DATA "/scenario/complete.sce"));
-    EXPECT_FALSE(load(scenario, write("bad.sce", "<Scenario>")));
+    EXPECT_FALSE(load(scenario, t.write("bad.sce", "<Scenario>")));
     EXPECT_EQ(scenario.getRootSection()->name, "Motorway merge");
+
+    const std::string broken = "<Scenario name=\"half\">\n  <Vehicle id=\"1\"";
+    const std::string path = t.write("broken.sce", broken);
+    cfg::CfgScenario failed;
+    EXPECT_FALSE(load(failed, path));
+    EXPECT_FALSE(save(failed, path));
+    EXPECT_EQ(failed.errorMessage, path + ": not replaced, since it could not be loaded");
+    EXPECT_EQ(t.read("broken.sce"), broken);
+    EXPECT_TRUE(save(failed, t.path("elsewhere.sce")));
 }
 
 TEST_F(CfgScenarioTest, AFailedSaveLeavesTheOldFileIntact) {
     const std::string old = "<Scenario name=\"old\" />\n";
-    const std::string path = write("keep.sce", old);
+    const std::string path = t.write("keep.sce", old);
     cfg::CfgScenario scenario;
     scenario.getRootSection()->name = "new";
 
-    EXPECT_FALSE(save(scenario, (folder / "no" / "such" / "folder.sce").string()));
-    EXPECT_FALSE(save(scenario, folder.string()));
-    EXPECT_EQ(scenario.errorMessage, folder.string() + ": not a file");
-    fs::create_directory(folder / "sub.sce");
-    EXPECT_FALSE(save(scenario, (folder / "sub.sce").string()));
-    EXPECT_TRUE(fs::is_directory(folder / "sub.sce"));
+    EXPECT_FALSE(save(scenario, t.path("no/such/folder.sce")));
+    EXPECT_FALSE(save(scenario, t.root()));
+    EXPECT_EQ(scenario.errorMessage, t.root() + ": not a file");
+    t.makeFolder("sub.sce");
+    EXPECT_FALSE(save(scenario, t.path("sub.sce")));
+    EXPECT_TRUE(fs::is_directory(t.path("sub.sce")));
 
     // A tree that can't be written as XML is refused before the file is touched.
     cfg::Section* bad = scenario.getRootSection()->createSubSection("two words");
     EXPECT_FALSE(save(scenario, path));
     EXPECT_EQ(scenario.errorMessage, path + ": cannot write a section named 'two words'");
-    EXPECT_EQ(read(path), old);
+    EXPECT_EQ(t.read("keep.sce"), old);
     scenario.getRootSection()->removeSubSection(bad);
     scenario.getRootSection()->createSubSection("Parameter");
     EXPECT_FALSE(save(scenario, path));
-    EXPECT_EQ(read(path), old);
+    EXPECT_EQ(t.read("keep.sce"), old);
     EXPECT_EQ(fileCount(), 2u); // keep.sce and sub.sce: no temporary left behind
 
     scenario.getRootSection()->removeSubSections("Parameter");
     EXPECT_TRUE(save(scenario, path)) << scenario.errorMessage;
-    EXPECT_NE(read(path).find("name=\"new\""), std::string::npos);
+    EXPECT_NE(t.read("keep.sce").find("name=\"new\""), std::string::npos);
 }
 
-TEST_F(CfgScenarioTest, AFileThatFailedToLoadIsNotReplacedByAnEmptyTree) {
-    const std::string broken = "<Scenario name=\"half\">\n  <Vehicle id=\"1\"";
-    const std::string path = write("broken.sce", broken);
-    cfg::CfgScenario scenario;
-    EXPECT_FALSE(load(scenario, path));
-    EXPECT_FALSE(save(scenario, path));
-    EXPECT_EQ(scenario.errorMessage, path + ": not replaced, since it could not be loaded");
-    EXPECT_EQ(read(path), broken);
-    EXPECT_TRUE(save(scenario, (folder / "elsewhere.sce").string()));
-}
-
-TEST_F(CfgScenarioTest, SaveThroughALinkReplacesTheLinkedFile) {
-    const std::string path = write("real.sce", "<Scenario name=\"old\" />\n");
-    fs::create_symlink("real.sce", folder / "link.sce");
-    cfg::CfgScenario scenario;
-    scenario.getRootSection()->name = "new";
-    ASSERT_TRUE(save(scenario, (folder / "link.sce").string())) << scenario.errorMessage;
-    EXPECT_TRUE(fs::is_symlink(folder / "link.sce"));
-    EXPECT_NE(read(path).find("name=\"new\""), std::string::npos);
-    fs::create_symlink("nowhere.sce", folder / "dangling.sce");
-    EXPECT_FALSE(save(scenario, (folder / "dangling.sce").string()));
-}
-
-TEST_F(CfgScenarioTest, SaveWithBackupKeepsTheOldContent) {
-    const std::string path = write("b.sce", "<Scenario name=\"old\" />\n");
+TEST_F(CfgScenarioTest, SaveFollowsLinksKeepsABackupAndTakesBackslashes) {
+    const std::string old = "<Scenario name=\"old\" />\n";
+    const std::string path = t.write("real.sce", old);
     cfg::CfgScenario scenario;
     ASSERT_TRUE(load(scenario, path));
     scenario.getRootSection()->name = "new";
-    ASSERT_TRUE(scenario.save(path.c_str(), Commons::Encoding::Utf8, true));
-    EXPECT_EQ(read(path + ".bak"), "<Scenario name=\"old\" />\n");
+    ASSERT_TRUE(scenario.save(path.c_str(), Commons::Encoding::Utf8, true)) << scenario.errorMessage;
+    EXPECT_EQ(t.read("real.sce.bak"), old);
+    EXPECT_NE(t.read("real.sce").find("name=\"new\""), std::string::npos);
+
+    fs::create_symlink("real.sce", t.path("link.sce"));
+    scenario.getRootSection()->name = "linked";
+    ASSERT_TRUE(save(scenario, t.path("link.sce"))) << scenario.errorMessage;
+    EXPECT_TRUE(fs::is_symlink(t.path("link.sce")));
     cfg::CfgScenario again;
     ASSERT_TRUE(load(again, path));
-    EXPECT_EQ(again.getRootSection()->name, "new");
-}
+    EXPECT_EQ(again.getRootSection()->name, "linked");
+    fs::create_symlink("nowhere.sce", t.path("dangling.sce"));
+    EXPECT_FALSE(save(scenario, t.path("dangling.sce")));
 
-TEST_F(CfgScenarioTest, BackslashesSeparateFoldersToo) {
-    fs::create_directory(folder / "sub");
-    write("sub/x.sce", "<Scenario name=\"x\"/>");
-    const std::string windowsStyle = folder.string() + "\\sub\\x.sce";
-    cfg::CfgScenario scenario;
+    t.write("sub/x.sce", "<Scenario name=\"x\"/>");
+    const std::string windowsStyle = t.root() + "\\sub\\x.sce";
     ASSERT_TRUE(load(scenario, windowsStyle)) << scenario.errorMessage;
     EXPECT_EQ(scenario.getRootSection()->name, "x");
     EXPECT_TRUE(save(scenario, windowsStyle));

@@ -1,7 +1,7 @@
 // The installation database: versions, configurations, scenario directories and
 // scenario files, with every failure checked for message, code and form.
+#include "ExceptionCapture.h"
 #include "TempInstallation.h"
-#include "Thrown.h"
 
 #include <ScenarioTemplateDb/Exception.h>
 #include <TavrelScenarioTemplateDb/TavrelScenarioTemplateDatabase.h>
@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 using ScenarioTemplateDb::Exception;
+using namespace testing_support;
 using TavrelScenarioTemplateDb::ScenarioPath;
 using TavrelScenarioTemplateDb::TavrelScenarioTemplateDatabase;
 
@@ -51,21 +52,27 @@ protected:
     std::string file;
 };
 
+std::string versionIndexMessage(int index, int count) {
+    return "Invalid version index : " + std::to_string(index) +
+           "\nCurrent Tavrel installation ${TAVREL_HOME}/tavrel.cfg only contain " + std::to_string(count) +
+           " different versions.";
+}
+
 } // namespace
 
 TEST_F(DatabaseTest, ConstructorChecksTheFileOnlyWhenItChanges) {
-    Exception e = thrown([&] {
-        open();
-        TavrelScenarioTemplateDatabase(t.path("nope.cfg"), "*", "*");
-    });
-    EXPECT_EQ(e.code, -1);
-    EXPECT_EQ(e.message, "Tavrel configuration file [" + t.path("nope.cfg") + "] doesn't exists!");
+    EXPECT_TRUE(throwsValue(
+        [&] {
+            open();
+            TavrelScenarioTemplateDatabase(t.path("nope.cfg"), "*", "*");
+        },
+        "Tavrel configuration file [" + t.path("nope.cfg") + "] doesn't exists!", -1));
     EXPECT_EQ(lmkUtils::EnvConfig::ourConfigCfgFile, file);
 
     // Expanded before the test and in the message; the emptiness test is on the argument.
     ::setenv("TAVREL_TEST_ROOT", t.root().c_str(), 1);
-    e = thrown([] { TavrelScenarioTemplateDatabase("${TAVREL_TEST_ROOT}/other.cfg", "*", "*"); });
-    EXPECT_EQ(e.message, "Tavrel configuration file [" + t.path("other.cfg") + "] doesn't exists!");
+    EXPECT_TRUE(throwsValue([] { TavrelScenarioTemplateDatabase("${TAVREL_TEST_ROOT}/other.cfg", "*", "*"); },
+                            "Tavrel configuration file [" + t.path("other.cfg") + "] doesn't exists!", -1));
     TavrelScenarioTemplateDatabase byVariable("${TAVREL_TEST_ROOT}/tavrel.cfg", "*", "*");
     EXPECT_EQ(byVariable.getConfigurationFilePath(), "${TAVREL_HOME}/tavrel.cfg");
 
@@ -80,16 +87,14 @@ TEST_F(DatabaseTest, ConstructorChecksTheFileOnlyWhenItChanges) {
 TEST_F(DatabaseTest, ConfigurationErrorsBecomeGenericExceptions) {
     TempInstallation broken;
     const std::string brokenFile = broken.write("tavrel.cfg", "[configuration X]\n");
-    Exception e = thrown([&] { TavrelScenarioTemplateDatabase(brokenFile, "*", "*"); });
-    EXPECT_EQ(e.code, -1);
-    EXPECT_EQ(e.message, brokenFile + ":1: configuration 'X' has no path");
+    EXPECT_TRUE(throwsValue([&] { TavrelScenarioTemplateDatabase(brokenFile, "*", "*"); },
+                            brokenFile + ":1: configuration 'X' has no path", -1));
 
     // The file in force changed on disk and no longer parses.
     open();
     t.write("tavrel.cfg", "[configuration A]\npath = config/0\n[oops]\n");
-    e = thrown([] { TavrelScenarioTemplateDatabase("", "*", "*"); });
-    EXPECT_EQ(e.code, -1);
-    EXPECT_EQ(e.message, file + ":3: unknown section [oops]");
+    EXPECT_TRUE(throwsValue([] { TavrelScenarioTemplateDatabase("", "*", "*"); },
+                            file + ":3: unknown section [oops]", -1));
 }
 
 TEST_F(DatabaseTest, VersionsAreUniqueInTextOrderWithoutUnreadableOnes) {
@@ -102,16 +107,11 @@ TEST_F(DatabaseTest, VersionsAreUniqueInTextOrderWithoutUnreadableOnes) {
     EXPECT_EQ(db.getVersion(1), "10");
     EXPECT_EQ(db.getVersion(2), "9");
 
-    Exception e = thrown([&] { db.getVersion(3); });
-    EXPECT_EQ(e.code, 4);
-    EXPECT_EQ(e.message,
-              "Invalid version index : 3\nCurrent Tavrel installation ${TAVREL_HOME}/tavrel.cfg only "
-              "contain 3 different versions.");
+    EXPECT_TRUE(throwsValue([&] { db.getVersion(3); }, versionIndexMessage(3, 3), 4));
 
-    e = thrown([&] { db.getConfigurationVersion("D"); });
-    EXPECT_EQ(e.code, -1);
-    EXPECT_EQ(e.message, "Unable to get version for configuration D (" + t.path("config/3") + ")");
-    EXPECT_EQ(thrown([&] { db.getConfigurationVersion("Z"); }).message,
+    EXPECT_TRUE(throwsValue([&] { db.getConfigurationVersion("D"); },
+                            "Unable to get version for configuration D (" + t.path("config/3") + ")", -1));
+    EXPECT_EQ(catchValue([&] { db.getConfigurationVersion("Z"); }).message,
               "Unable to get version for configuration Z ()");
     EXPECT_EQ(db.getConfigurationVersion("C"), "10");
 }
@@ -123,11 +123,7 @@ TEST_F(DatabaseTest, FiltersNarrowListingsByWholeText) {
     EXPECT_EQ(open("", "*").getVersionNumber(), 0u);
     EXPECT_EQ(open("*", "D").getVersionNumber(), 0u);
 
-    Exception e = thrown([&] { open("7.7").getVersion(0); });
-    EXPECT_EQ(e.code, 4);
-    EXPECT_EQ(e.message,
-              "Invalid version index : 0\nCurrent Tavrel installation ${TAVREL_HOME}/tavrel.cfg only "
-              "contain 0 different versions.");
+    EXPECT_TRUE(throwsValue([&] { open("7.7").getVersion(0); }, versionIndexMessage(0, 0), 4));
 
     std::vector<std::string> configurations{"stale"};
     open().getConfigurationsForVersion("1.0", configurations);
@@ -140,10 +136,10 @@ TEST_F(DatabaseTest, FiltersNarrowListingsByWholeText) {
     auto db = open();
     EXPECT_EQ(db.getConfigurationNumber("1.0"), 2u);
     EXPECT_EQ(db.getConfiguration("1.0", 1), "B");
-    e = thrown([&] { db.getConfiguration("1.0", 2); });
-    EXPECT_EQ(e.code, 4);
-    EXPECT_EQ(e.message, "Invalid configuration index : 2\nCurrent version 1.0 only contain 2 different "
-                         "configurations.");
+    EXPECT_TRUE(throwsValue([&] { db.getConfiguration("1.0", 2); },
+                            "Invalid configuration index : 2\nCurrent version 1.0 only contain 2 different "
+                            "configurations.",
+                            4));
 }
 
 TEST_F(DatabaseTest, ScenarioDirectoriesFollowTheDataPath) {
@@ -156,33 +152,30 @@ TEST_F(DatabaseTest, ScenarioDirectoriesFollowTheDataPath) {
     EXPECT_EQ(db.getScenarioDirectory("A", 1), expected[1]);
     EXPECT_TRUE(open().getScenarioDirectories().empty());
 
-    Exception e = thrown([&] { db.getScenarioDirectory("A", 2); });
-    EXPECT_EQ(e.code, -1);
-    EXPECT_EQ(e.message, "Invalid scenario directory index 2 in configuration A");
+    EXPECT_TRUE(throwsValue([&] { db.getScenarioDirectory("A", 2); },
+                            "Invalid scenario directory index 2 in configuration A", -1));
 }
 
 TEST_F(DatabaseTest, MissingDataFolderMakesTheConfigurationUnusable) {
     const std::string missing = t.path("projects/missing/data/scenario");
-    Exception e = thrown([&] { open("*", "E"); });
-    EXPECT_EQ(e.code, 16);
-    EXPECT_EQ(e.message, "Data Path [" + missing + "] is inaccessible!");
+    EXPECT_TRUE(throwsValue([&] { open("*", "E"); }, "Data Path [" + missing + "] is inaccessible!", 16));
 
     auto db = open();
     std::vector<std::string> directories;
-    e = thrown([&] { db.getConfigurationScenarioDirectories("E", directories); });
+    EXPECT_EQ(catchValue([&] { db.getConfigurationScenarioDirectories("E", directories); }).code, 16);
     EXPECT_EQ(directories, std::vector<std::string>{t.path("projects/one/data/scenario")});
-    EXPECT_EQ(thrown([&] { db.getScenarioDirectoryNumber("E"); }).code, 16);
-    EXPECT_EQ(thrown([&] { db.getScenariosNumber("E", 0); }).code, 16);
+    EXPECT_EQ(catchValue([&] { db.getScenarioDirectoryNumber("E"); }).code, 16);
+    EXPECT_EQ(catchValue([&] { db.getScenariosNumber("E", 0); }).code, 16);
 
     // Each inaccessible root once, in brackets; "data/scenario" a file counts too.
     std::filesystem::remove_all(t.path("projects/two/data/scenario"));
     t.write("projects/two/data/scenario", "not a folder");
-    e = thrown([&] { db.getScenarioDirectoryNumber("A"); });
-    EXPECT_EQ(e.message, "Data Path [" + t.path("projects/two/data/scenario") + "] is inaccessible!");
+    EXPECT_TRUE(throwsValue([&] { db.getScenarioDirectoryNumber("A"); },
+                            "Data Path [" + t.path("projects/two/data/scenario") + "] is inaccessible!", 16));
     t.write(
         "config/1/configuration.ini",
         "[configuration]\nversion = 1.0\ndatapath = ../../projects/x;../../projects/y;../../projects/x\n");
-    e = thrown([&] { db.getScenarioDirectoryNumber("B"); });
+    const Exception e = catchValue([&] { db.getScenarioDirectoryNumber("B"); });
     const std::string x = "[" + t.path("projects/x/data/scenario") + "] ";
     const std::string y = "[" + t.path("projects/y/data/scenario") + "] ";
     EXPECT_TRUE(e.message == "Data Path " + x + y + "is inaccessible!" ||
@@ -191,13 +184,9 @@ TEST_F(DatabaseTest, MissingDataFolderMakesTheConfigurationUnusable) {
 }
 
 TEST_F(DatabaseTest, ScenarioFilesAreFilteredAndRelative) {
-    t.addScenario("one", "top.sce");
-    t.addScenario("one", "sub/inner.sce");
-    t.addScenario("one", "sub/deeper/deep.sce");
-    t.addScenario("one", "CAPS.SCE");
-    t.addScenario("one", "a.sce.bak");
-    t.addScenario("one", "old.sce/hidden.txt");
-    t.addScenario("one", "zz.sce");
+    for (const char* file : {"top.sce", "sub/inner.sce", "sub/deeper/deep.sce", "CAPS.SCE", "a.sce.bak",
+                             "old.sce/hidden.txt", "zz.sce"})
+        t.addScenario("one", file);
     auto db = open("*", "A");
 
     std::vector<ScenarioPath> paths;
@@ -222,10 +211,9 @@ TEST_F(DatabaseTest, ScenarioFilesAreFilteredAndRelative) {
     EXPECT_EQ(db.getScenarioIndex("A", 1, "absent.sce"), -1);
     EXPECT_EQ(db.getScenariosNumber("A", 1), 0u);
 
-    Exception e = thrown([&] { db.getScenarioPath("A", 1, 5); });
-    EXPECT_EQ(e.code, -1);
-    EXPECT_EQ(e.message, "Invalid scenario template index 5 in configuration A directory 5");
-    EXPECT_EQ(thrown([&] { db.getScenarioPaths("A", 9, paths); }).message,
+    EXPECT_TRUE(throwsValue([&] { db.getScenarioPath("A", 1, 5); },
+                            "Invalid scenario template index 5 in configuration A directory 5", -1));
+    EXPECT_EQ(catchValue([&] { db.getScenarioPaths("A", 9, paths); }).message,
               "Invalid scenario directory index 9 in configuration A");
 }
 
@@ -250,9 +238,8 @@ TEST_F(DatabaseTest, UnreadableTreeFailsTheListingWithDirectoryAccess) {
     auto db = open("*", "A");
 
     std::vector<ScenarioPath> paths;
-    Exception e = thrown([&] { db.getScenarioPaths("A", 0, paths); });
-    EXPECT_EQ(e.code, 16);
-    EXPECT_EQ(e.message, "Cannot list scenarios : File not found: " + link);
+    EXPECT_TRUE(throwsValue([&] { db.getScenarioPaths("A", 0, paths); },
+                            "Cannot list scenarios : File not found: " + link, 16));
     // What was found before the failure stays.
     EXPECT_EQ(paths.size(), 1u);
 }

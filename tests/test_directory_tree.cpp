@@ -1,6 +1,6 @@
 // The directory tree: what each of the four levels answers and how it fails.
+#include "ExceptionCapture.h"
 #include "TempInstallation.h"
-#include "Thrown.h"
 
 #include <ScenarioTemplateDb/Exception.h>
 #include <ScenarioTemplateDb/Scenario.h>
@@ -18,6 +18,7 @@
 using namespace TavrelScenarioTemplateDb;
 using ScenarioTemplateDb::DatabaseDirectory;
 using ScenarioTemplateDb::Exception;
+using namespace testing_support;
 using ScenarioTemplateDb::Scenario;
 using Directories = std::vector<std::shared_ptr<DatabaseDirectory>>;
 using Scenarios = std::vector<std::shared_ptr<Scenario>>;
@@ -55,7 +56,9 @@ protected:
 
 } // namespace
 
-TEST_F(DirectoryTreeTest, LevelsAboveScenarioDirectoriesHoldNoScenario) {
+// The levels above scenario directories list their sub-directories in index
+// order and hold no scenario.
+TEST_F(DirectoryTreeTest, UpperLevelsListDirectoriesAndHoldNoScenario) {
     auto top = root();
     auto version = top->getDirectory(0);
     auto configuration = version->getDirectory(0);
@@ -72,17 +75,12 @@ TEST_F(DirectoryTreeTest, LevelsAboveScenarioDirectoriesHoldNoScenario) {
         Scenarios scenarios{nullptr};
         level.directory->getScenarios(scenarios);
         EXPECT_TRUE(scenarios.empty());
-        Exception e = thrown([&] { level.directory->getScenario(0); });
-        EXPECT_EQ(e.code, 4);
-        EXPECT_EQ(e.message, level.message);
+        EXPECT_TRUE(throwsValue([&] { level.directory->getScenario(0); }, level.message, 4));
     }
-    Exception e = thrown([&] { TavrelConfigurationRootDirectory(nullptr).createScenario(); });
-    EXPECT_EQ(e.code, -1);
-    EXPECT_EQ(e.message, "Unable to create a scenario template into the Tavrel installation root directory!");
-}
+    EXPECT_TRUE(
+        throwsValue([&] { TavrelConfigurationRootDirectory(nullptr).createScenario(); },
+                    "Unable to create a scenario template into the Tavrel installation root directory!", -1));
 
-TEST_F(DirectoryTreeTest, EachLevelListsInIndexOrder) {
-    auto top = root();
     EXPECT_EQ(top->getName(), "${TAVREL_HOME}/tavrel.cfg");
     Directories directories{nullptr, nullptr, nullptr, nullptr};
     top->getDirectories(directories);
@@ -90,13 +88,11 @@ TEST_F(DirectoryTreeTest, EachLevelListsInIndexOrder) {
     ASSERT_EQ(top->getDirectoryNumber(), 2u);
     EXPECT_EQ(top->getDirectory(1)->getName(), "3.0");
 
-    auto version = top->getDirectory(0);
     version->getDirectories(directories);
     EXPECT_EQ(names(directories), (std::vector<std::string>{"Main", "Side"}));
     EXPECT_EQ(version->getDirectory(1)->getName(), "Side");
     EXPECT_EQ(version->getDirectoryNumber(), 2u);
 
-    auto configuration = version->getDirectory(0);
     configuration->getDirectories(directories);
     ASSERT_EQ(directories.size(), 2u);
     EXPECT_EQ(configuration->getDirectoryNumber(), 2u);
@@ -104,15 +100,17 @@ TEST_F(DirectoryTreeTest, EachLevelListsInIndexOrder) {
     EXPECT_EQ(names(directories), (std::vector<std::string>{t.path("projects/one"), t.path("projects/two")}));
     EXPECT_EQ(configuration->getDirectory(1)->getName(), t.path("projects/two"));
 
-    Exception e = thrown([&] { top->getDirectory(2); });
-    EXPECT_EQ(e.code, 4);
-    EXPECT_EQ(e.message.substr(0, 24), "Invalid version index : ");
-    e = thrown([&] { version->getDirectory(2); });
-    EXPECT_EQ(e.code, 4);
-    EXPECT_EQ(e.message.substr(0, 30), "Invalid configuration index : ");
-    e = thrown([&] { configuration->getDirectory(2); });
-    EXPECT_EQ(e.code, -1);
-    EXPECT_EQ(e.message, "Invalid scenario directory index 2 in configuration Main");
+    EXPECT_TRUE(
+        throwsValue([&] { top->getDirectory(2); },
+                    "Invalid version index : 2\nCurrent Tavrel installation ${TAVREL_HOME}/tavrel.cfg "
+                    "only contain 2 different versions.",
+                    4));
+    EXPECT_TRUE(throwsValue([&] { version->getDirectory(2); },
+                            "Invalid configuration index : 2\nCurrent version 2.0 only contain 2 different "
+                            "configurations.",
+                            4));
+    EXPECT_TRUE(throwsValue([&] { configuration->getDirectory(2); },
+                            "Invalid scenario directory index 2 in configuration Main", -1));
 }
 
 TEST_F(DirectoryTreeTest, ScenarioDirectoryListsNewUnloadedScenarios) {
@@ -121,9 +119,8 @@ TEST_F(DirectoryTreeTest, ScenarioDirectoryListsNewUnloadedScenarios) {
     Directories directories{nullptr};
     directory->getDirectories(directories);
     EXPECT_TRUE(directories.empty());
-    Exception e = thrown([&] { directory->getDirectory(0); });
-    EXPECT_EQ(e.code, 4);
-    EXPECT_EQ(e.message, "No directory into the given configuration scenario folder ");
+    EXPECT_TRUE(throwsValue([&] { directory->getDirectory(0); },
+                            "No directory into the given configuration scenario folder ", 4));
 
     ASSERT_EQ(directory->getScenarioNumber(), 2u);
     Scenarios scenarios{nullptr, nullptr, nullptr};
@@ -136,9 +133,8 @@ TEST_F(DirectoryTreeTest, ScenarioDirectoryListsNewUnloadedScenarios) {
     EXPECT_NE(again, scenarios[1]);
     EXPECT_EQ(again->getPath(), "nested/b.sce");
 
-    e = thrown([&] { directory->getScenario(2); });
-    EXPECT_EQ(e.code, -1);
-    EXPECT_EQ(e.message, "Invalid scenario template index 2 in configuration Main directory 2");
+    EXPECT_TRUE(throwsValue([&] { directory->getScenario(2); },
+                            "Invalid scenario template index 2 in configuration Main directory 2", -1));
 }
 
 TEST_F(DirectoryTreeTest, FiltersNarrowButNeverRemoveALevel) {
@@ -164,17 +160,15 @@ TEST_F(DirectoryTreeTest, InaccessibleDataFolderFailsItsConfigurationOnly) {
     for (const auto& call : std::vector<std::function<void()>>{
              [&] { configuration->getDirectoryNumber(); }, [&] { configuration->getDirectory(0); },
              [&] { configuration->getDirectories(directories); }}) {
-        Exception e = thrown(call);
-        EXPECT_EQ(e.code, 16);
-        EXPECT_EQ(e.message, message);
+        EXPECT_TRUE(throwsValue(call, message, 16));
     }
     auto database = std::make_shared<TavrelScenarioTemplateDatabase>(file, "*", "*");
     TavrelConfigurationScenarioDirectory directory(database, "Broken", 0);
     Scenarios scenarios{nullptr};
-    EXPECT_EQ(thrown([&] { directory.getScenarioNumber(); }).code, 16);
-    EXPECT_EQ(thrown([&] { directory.getScenarios(scenarios); }).code, 16);
+    EXPECT_EQ(catchValue([&] { directory.getScenarioNumber(); }).code, 16);
+    EXPECT_EQ(catchValue([&] { directory.getScenarios(scenarios); }).code, 16);
     EXPECT_EQ(scenarios.size(), 1u); // left as it was
-    EXPECT_EQ(thrown([&] { directory.getScenario(0); }).code, 16);
+    EXPECT_EQ(catchValue([&] { directory.getScenario(0); }).code, 16);
 }
 
 TEST_F(DirectoryTreeTest, DirectoriesOutliveTheDriverAndCopiesShareTheDatabase) {

@@ -10,10 +10,10 @@
 #include <environment/SheetCfg/CfgScenario.h>
 
 #include "ExceptionCapture.h"
+#include "TempInstallation.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <set>
@@ -42,79 +42,55 @@ std::vector<std::string> split(const std::string& id) {
 
 const std::string vehicleX = "/sce/Scenario/Vehicle[id/@ScenarioTreeValue=4]/Position/x";
 
-// A fresh folder holding "demo.sce": an environment section, vehicles 3 and 4
+// A temporary folder holding "demo.sce": an environment section, vehicles 3 and 4
 // with positions, a driver, and variadic parameters aimed at vehicle 4's x, at
 // nothing, and at a foreign id.
 class ScenarioFile : public ::testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/tavrel-ids-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        folder = pattern;
-        cfg::CfgScenario file;
-        cfg::Scenario* root = file.getRootSection();
-        root->name = "demo";
-        root->description = "two cars";
-        cfg::Section* environment = root->createSubSection("Environment");
-        environment->addParameter("fog", cfg::ParameterBool, lmk::U_NONE, "Fog").getBool() = true;
-        for (int id : {3, 4}) {
-            cfg::Vehicle* vehicle = add<cfg::Vehicle>(root);
-            vehicle->id = id;
-            vehicle->driverId = 7;
-            vehicle->name = "car" + std::to_string(id);
-            cfg::Section* position = vehicle->createSubSection("Position");
-            position->addParameter("x", cfg::ParameterReal, lmk::U_M).getDouble() = 10.0 * id;
-            position->addParameter("lane", cfg::ParameterInt, lmk::U_NONE).getInt() = id;
-        }
-        cfg::Driver* driver = add<cfg::Driver>(root);
-        driver->id = 7;
-        driver->label = "D";
-        add<cfg::VariadicParameter>(root)->parameterId = vehicleX;
-        add<cfg::VariadicParameter>(root);
-        add<cfg::VariadicParameter>(root)->parameterId = "/elsewhere/Scenario/x";
-        ASSERT_TRUE(file.save((folder + "/demo.sce").c_str(), Commons::Encoding::Utf8, false));
+        t.write("demo.sce", R"(<Scenario name="demo" description="two cars">
+  <Environment><Parameter name="fog" type="bool" verbose="Fog">true</Parameter></Environment>
+  <Vehicle id="3" driverId="7" name="car3">
+    <Position>
+      <Parameter name="x" type="real" unit="m">30</Parameter><Parameter name="lane" type="int">3</Parameter>
+    </Position>
+  </Vehicle>
+  <Vehicle id="4" driverId="7" name="car4">
+    <Position>
+      <Parameter name="x" type="real" unit="m">40</Parameter><Parameter name="lane" type="int">4</Parameter>
+    </Position>
+  </Vehicle>
+  <Driver id="7" label="D"/>
+  <VariadicParameter parameterId="/sce/Scenario/Vehicle[id/@ScenarioTreeValue=4]/Position/x"/>
+  <VariadicParameter/>
+  <VariadicParameter parameterId="/elsewhere/Scenario/x"/>
+</Scenario>
+)");
     }
-    void TearDown() override { fs::remove_all(folder); }
-
     std::unique_ptr<TavrelScenario> open(const std::string& name = "demo.sce") {
-        return std::make_unique<TavrelScenario>("main", name, folder);
+        return std::make_unique<TavrelScenario>("main", name, t.root());
     }
 
-    std::string folder;
+    TempInstallation t;
 };
 
 // Every parameter below `node` that an id can reach, depth first. Ids walk by
 // first match, so of sibling nodes or parameters that share an id (several
 // sections of one name, such as the variadic declarations themselves) only the
-// first one and its sub-tree are reachable; the others are counted in `shadowed`.
-void collect(ScenarioNode* node, std::vector<ScenarioParameter*>& out, size_t& shadowed) {
+// first one and its sub-tree are reachable.
+void collect(ScenarioNode* node, std::vector<ScenarioParameter*>& out) {
     std::set<std::string> seen;
     std::vector<ScenarioParameter*> parameters;
     node->getParameters(parameters);
-    for (ScenarioParameter* parameter : parameters) {
+    for (ScenarioParameter* parameter : parameters)
         if (seen.insert(parameter->getId()).second)
             out.push_back(parameter);
-        else
-            ++shadowed;
-    }
     seen.clear();
     std::vector<ScenarioNode*> children;
     node->getChildren(children);
-    for (ScenarioNode* child : children) {
-        if (seen.insert(child->getId()).second) {
-            collect(child, out, shadowed);
-        } else {
-            std::vector<ScenarioParameter*> hidden;
-            size_t ignored = 0;
-            collect(child, hidden, ignored);
-            shadowed += hidden.size() + ignored;
-        }
-    }
-}
-
-void collect(ScenarioNode* node, std::vector<ScenarioParameter*>& out) {
-    size_t shadowed = 0;
-    collect(node, out, shadowed);
+    for (ScenarioNode* child : children)
+        if (seen.insert(child->getId()).second)
+            collect(child, out);
 }
 
 void expectIdsLeadBack(const TavrelScenario& scenario, const std::vector<ScenarioParameter*>& all,
@@ -150,16 +126,11 @@ TEST(SplitId, CutsAtSlashesOutsideBrackets) {
 }
 
 TEST_F(ScenarioFile, IdsOfTheWrongShapeGiveNullAndOnlyScenarioIdsLoad) {
-    auto missing = std::make_unique<TavrelScenario>("main", "absent.sce", folder);
+    auto missing = open("absent.sce");
     for (const char* id : {"", "/", "/sce", "/sce/Other/x", "sce/Scene/Scenario/x", "/Scenario/x"})
         EXPECT_EQ(missing->getParameterFromId(id), nullptr) << id;
     // The one id that gets past the first two steps loads the file, which fails here.
-    try {
-        missing->getParameterFromId("/sce/Scenario/x");
-        ADD_FAILURE() << "no load";
-    } catch (const Exception& e) {
-        EXPECT_EQ(e.code, 24);
-    }
+    EXPECT_EQ(catchValue([&] { missing->getParameterFromId("/sce/Scenario/x"); }).code, 24);
 
     auto scenario = open();
     EXPECT_EQ(scenario->getParameterFromId("/sce/Scenario"), nullptr);
@@ -175,21 +146,19 @@ TEST_F(ScenarioFile, FindsParametersAndReportsMissingSteps) {
               scenario->getParameterFromId("/sce/Scenario/Environment/fog"));
     EXPECT_EQ(scenario->getParameterFromId("/sce/Scenario/name")->getValueAsString(), "demo");
 
-    Exception e =
-        catchPointer([&] { scenario->getParameterFromId("/sce/Scenario/Vehicle[id/@ScenarioTreeValue=3]"); });
-    EXPECT_EQ(e.message,
-              "No child parameter with id=Vehicle[id/@ScenarioTreeValue=3] in scenario element : Scenario");
-    EXPECT_EQ(e.code, -1);
-    e = catchPointer(
-        [&] { scenario->getParameterFromId("/sce/Scenario/Vehicle[id/@ScenarioTreeValue=9]/x"); });
-    EXPECT_EQ(e.message,
-              "No child element with id=Vehicle[id/@ScenarioTreeValue=9] in scenario element : Scenario");
-    e = catchPointer(
-        [&] { scenario->getParameterFromId("/sce/Scenario/Vehicle[id/@ScenarioTreeValue=3]/Position/y"); });
-    EXPECT_EQ(e.message, "No child parameter with id=y in scenario element : Position");
-    // The name shown is no step.
-    e = catchPointer([&] { scenario->getParameterFromId("/sce/Scenario/Vehicle[3] - car3/Position/x"); });
-    EXPECT_EQ(e.code, -1);
+    const std::string vehicle = "/sce/Scenario/Vehicle[id/@ScenarioTreeValue=";
+    const std::pair<std::string, std::string> missingSteps[] = {
+        {vehicle + "3]",
+         "No child parameter with id=Vehicle[id/@ScenarioTreeValue=3] in scenario element : Scenario"},
+        {vehicle + "9]/x",
+         "No child element with id=Vehicle[id/@ScenarioTreeValue=9] in scenario element : Scenario"},
+        {vehicle + "3]/Position/y", "No child parameter with id=y in scenario element : Position"},
+        // The name shown is no step.
+        {"/sce/Scenario/Vehicle[3] - car3/Position/x",
+         "No child element with id=Vehicle[3] in scenario element : Scenario"},
+    };
+    for (const auto& c : missingSteps)
+        EXPECT_TRUE(throwsPointer([&] { scenario->getParameterFromId(c.first); }, c.second, -1)) << c.first;
 }
 
 TEST_F(ScenarioFile, EveryProducedIdLeadsBackToItsParameter) {
@@ -216,29 +185,24 @@ TEST(SampleScenarios, EveryProducedIdLeadsBackToItsParameter) {
             TavrelScenario scenario("main", relative, folder.string());
             // Deliberately broken samples don't load; variadic targets inside
             // scripts aren't found yet, but the load still leaves the tree built.
-            try {
-                scenario.getVariadicParameterNumber();
-            } catch (const Exception& e) {
-                EXPECT_EQ(e.code, 24) << relative;
+            const Caught load = capture([&] { scenario.getVariadicParameterNumber(); });
+            if (load.form == "value") {
+                EXPECT_EQ(load.exception.code, 24) << relative;
                 continue;
-            } catch (Exception* e) {
-                delete e;
             }
             std::vector<ScenarioParameter*> all;
             collect(scenario.getRootScenarioNode(), all);
-            try {
-                expectIdsLeadBack(scenario, all, relative);
-            } catch (Exception* e) {
-                ADD_FAILURE() << relative << ": " << e->message;
-                delete e;
-            }
+            const Caught walk = capture([&] { expectIdsLeadBack(scenario, all, relative); });
+            EXPECT_EQ(walk.form, "nothing") << relative << ": " << walk.exception.message;
             checked += all.size();
         }
     }
     EXPECT_GT(checked, 0u);
 }
 
-TEST_F(ScenarioFile, TargetsPointIntoTheOneTreeKeptWhenTheTreeComesFirst) {
+// Whatever the first operation (the tree, a lookup, or a file the caller opened),
+// the targets of variadic parameters point into the one tree that the scenario keeps.
+TEST_F(ScenarioFile, TargetsPointIntoTheOneTreeKept) {
     auto scenario = open();
     ScenarioNode* root = scenario->getRootScenarioNode(); // the first operation: loads inside
     ASSERT_EQ(scenario->getVariadicParameterNumber(), 3u);
@@ -250,26 +214,22 @@ TEST_F(ScenarioFile, TargetsPointIntoTheOneTreeKeptWhenTheTreeComesFirst) {
     EXPECT_EQ(scenario->getRootScenarioNode(), root);
     EXPECT_EQ(scenario->getVariadicParameter(1)->getTargetParameter(), nullptr);
     EXPECT_EQ(scenario->getVariadicParameter(2)->getTargetParameter(), nullptr);
-}
 
-TEST_F(ScenarioFile, TargetsPointIntoTheOneTreeKeptWhenALookupComesFirst) {
-    auto scenario = open();
-    ScenarioParameter* fog = scenario->getParameterFromId("/sce/Scenario/Environment/fog");
+    auto lookedUp = open();
+    ScenarioParameter* fog = lookedUp->getParameterFromId("/sce/Scenario/Environment/fog");
     ASSERT_NE(fog, nullptr);
-    EXPECT_EQ(rootOf(fog->getParentNode()), scenario->getRootScenarioNode());
-    ScenarioParameter* target = scenario->getVariadicParameter(0)->getTargetParameter();
+    EXPECT_EQ(rootOf(fog->getParentNode()), lookedUp->getRootScenarioNode());
+    target = lookedUp->getVariadicParameter(0)->getTargetParameter();
     ASSERT_NE(target, nullptr);
-    EXPECT_EQ(rootOf(target->getParentNode()), scenario->getRootScenarioNode());
+    EXPECT_EQ(rootOf(target->getParentNode()), lookedUp->getRootScenarioNode());
     EXPECT_EQ(target->getValueAsString(), "40.000000");
-}
 
-TEST_F(ScenarioFile, AFileOpenedByTheCallerKeepsOneTreeToo) {
     cfg::CfgScenario file;
-    ASSERT_TRUE(file.load((folder + "/demo.sce").c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true,
-                          true));
-    TavrelScenario scenario(&file); // reads the declarations at once
-    ScenarioParameter* target = scenario.getVariadicParameter(0)->getTargetParameter();
+    ASSERT_TRUE(
+        file.load(t.path("demo.sce").c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true, true));
+    TavrelScenario opened(&file); // reads the declarations at once
+    target = opened.getVariadicParameter(0)->getTargetParameter();
     ASSERT_NE(target, nullptr);
-    EXPECT_EQ(rootOf(target->getParentNode()), scenario.getRootScenarioNode());
+    EXPECT_EQ(rootOf(target->getParentNode()), opened.getRootScenarioNode());
     EXPECT_EQ(target->getParameterId(), vehicleX);
 }

@@ -94,18 +94,10 @@ TEST_F(Parameters, BooleansAndLiteralsAreNotConverted) {
 TEST_F(Parameters, WrongTypedGetterFailsAsPointerWithCode32) {
     TavrelScenarioParameter* integer = make("i", cfg::ParameterInt, lmk::U_NONE);
     TavrelScenarioParameter* real = make("r", cfg::ParameterReal, lmk::U_NONE);
-    Exception e = catchPointer([&] { integer->getRealValue(); });
-    EXPECT_EQ(e.message, "Parameter type is not a real");
-    EXPECT_EQ(e.code, 32);
-    e = catchPointer([&] { real->getIntegerValue(); });
-    EXPECT_EQ(e.message, "Parameter type is not an integer");
-    EXPECT_EQ(e.code, 32);
-    e = catchPointer([&] { real->getLiteralValue(); });
-    EXPECT_EQ(e.message, "Parameter type is not a string");
-    EXPECT_EQ(e.code, 32);
-    e = catchPointer([&] { real->getBooleanValue(); });
-    EXPECT_EQ(e.message, "Parameter type is not a boolean");
-    EXPECT_EQ(e.code, 32);
+    EXPECT_TRUE(throwsPointer([&] { integer->getRealValue(); }, "Parameter type is not a real", 32));
+    EXPECT_TRUE(throwsPointer([&] { real->getIntegerValue(); }, "Parameter type is not an integer", 32));
+    EXPECT_TRUE(throwsPointer([&] { real->getLiteralValue(); }, "Parameter type is not a string", 32));
+    EXPECT_TRUE(throwsPointer([&] { real->getBooleanValue(); }, "Parameter type is not a boolean", 32));
 }
 
 TEST_F(Parameters, UnreadableTypesFailByValueWithTheOffsetMessage) {
@@ -117,29 +109,24 @@ TEST_F(Parameters, UnreadableTypesFailByValueWithTheOffsetMessage) {
     EXPECT_EQ(single->getId(), "f");
     EXPECT_EQ(single->getDescription(), "a float");
 
-    Exception e = catchValue([&] { single->getValueAsString(); });
-    EXPECT_EQ(e.message, "ble to get parameter value : Unkown parameter type : ");
-    EXPECT_EQ(e.code, -1);
+    EXPECT_TRUE(throwsValue([&] { single->getValueAsString(); },
+                            "ble to get parameter value : Unkown parameter type : ", -1));
     EXPECT_EQ(catchValue([&] { vector->getValueAsString(); }).message,
               "le to get parameter value : Unkown parameter type : ");
     EXPECT_EQ(catchValue([&] { choice->getValueAsString(); }).message,
               "e to get parameter value : Unkown parameter type : ");
 }
 
-TEST_F(Parameters, ConstructorRejectsMissingIteratorOrParent) {
-    Exception e = catchPointer([&] { TavrelScenarioParameter p(nullptr, node.get()); });
-    EXPECT_EQ(e.message, "Failed to initialize the scenario parameter");
-    EXPECT_EQ(e.code, -1);
+TEST_F(Parameters, ConstructorRejectsMissingIteratorOrParentAndCopiesThePosition) {
+    EXPECT_TRUE(throwsPointer([&] { TavrelScenarioParameter p(nullptr, node.get()); },
+                              "Failed to initialize the scenario parameter", -1));
     cfg::Section::ParameterIterator it = section.addParameter("orphan", cfg::ParameterInt, lmk::U_NONE);
-    e = catchPointer([&] { TavrelScenarioParameter p(&it, nullptr); });
-    EXPECT_EQ(e.message, "The parameter (orphan) has no parent element");
-    EXPECT_EQ(e.code, -1);
-}
+    EXPECT_TRUE(throwsPointer([&] { TavrelScenarioParameter p(&it, nullptr); },
+                              "The parameter (orphan) has no parent element", -1));
 
-TEST_F(Parameters, KeepsItsPositionWhenTheCallersIteratorMovesOn) {
-    cfg::Section::ParameterIterator it = section.addParameter("first", cfg::ParameterInt, lmk::U_NONE);
+    // The view keeps its position when the caller's iterator moves on.
     section.addParameter("second", cfg::ParameterInt, lmk::U_NONE);
     TavrelScenarioParameter view(&it, node.get());
     ++it;
-    EXPECT_EQ(view.getId(), "first");
+    EXPECT_EQ(view.getId(), "orphan");
 }

@@ -3,38 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
-#include <fstream>
-#include <sys/wait.h>
-
 namespace {
 
-struct ToolRun {
-    int status;
-    std::string output;
-};
-
-// Runs the tool with `arguments` (already quoted for the shell); with `errors`, stderr joins the output.
 ToolRun tavrel(const std::string& arguments, bool errors = true) {
-    const std::string command =
-        "env -u TAVREL_CONFIG '" TAVREL_TOOL "' " + arguments + (errors ? " 2>&1" : " 2>/dev/null");
-    ToolRun run{-1, std::string()};
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (!pipe)
-        return run;
-    std::array<char, 4096> buffer;
-    size_t n;
-    while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        run.output.append(buffer.data(), n);
-    const int status = ::pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
-}
-
-std::string read(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
+    return runTool(TAVREL_TOOL, arguments, errors);
 }
 
 const std::string sample = TAVREL_SOURCE_DIR "/examples/installation/projects/";
@@ -65,7 +37,7 @@ TEST(ScenarioCommands, ShowReportsALoadFailureAlone) {
 TEST(ScenarioCommands, FetchWritesTheRawBytes) {
     ToolRun run = tavrel("fetch highway.sce", false);
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.output, read(sample + "common/data/scenario/highway.sce"));
+    EXPECT_EQ(run.output, readFile(sample + "common/data/scenario/highway.sce"));
     EXPECT_NE(run.output.find("\r\n\tTYPEOF VARIABLE"), std::string::npos);
 }
 
@@ -82,7 +54,7 @@ TEST(ScenarioCommands, SetChangesAndSaves) {
     ToolRun run = tavrel("set a.sce --name 'New name' --save-as b.sce" + options);
     EXPECT_EQ(run.status, 0) << run.output;
     EXPECT_EQ(run.output, "saved " + folder + "b.sce\n");
-    EXPECT_EQ(read(folder + "a.sce"), original);
+    EXPECT_EQ(readFile(folder + "a.sce"), original);
     run = tavrel("show b.sce" + options);
     const std::string summary =
         "name: New name\ndescription: Kept\nfile: " + folder + "b.sce\nnode Scenario ";
@@ -90,7 +62,7 @@ TEST(ScenarioCommands, SetChangesAndSaves) {
 
     run = tavrel("set a.sce --description 'In place'" + options);
     EXPECT_EQ(run.status, 0) << run.output;
-    EXPECT_NE(read(folder + "a.sce").find("description=\"In place\""), std::string::npos);
+    EXPECT_NE(readFile(folder + "a.sce").find("description=\"In place\""), std::string::npos);
 
     run = tavrel("set a.sce --name X --save-as missing/c.sce" + options);
     EXPECT_EQ(run.status, 1);

@@ -1,32 +1,20 @@
-#include <TavrelScenarioTemplateDb/TavrelScenario.h>
+#include "ExceptionCapture.h"
+#include "TempInstallation.h"
 
-#include <ScenarioTemplateDb/Exception.h>
+#include <TavrelScenarioTemplateDb/TavrelScenario.h>
 #include <environment/SheetCfg/CfgScenario.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <functional>
 #include <string>
 
 namespace fs = std::filesystem;
-using ScenarioTemplateDb::Exception;
+using namespace testing_support;
 using TavrelScenarioTemplateDb::TavrelScenario;
 
 namespace {
-
-// Runs `body`, which must throw an Exception by value, and returns it.
-Exception thrown(const std::function<void()>& body) {
-    try {
-        body();
-    } catch (const Exception& e) {
-        return e;
-    }
-    ADD_FAILURE() << "no Exception thrown";
-    return Exception("", 0);
-}
 
 class Probe : public TavrelScenario {
 public:
@@ -34,32 +22,23 @@ public:
     using TavrelScenario::TavrelScenario;
 };
 
-class TavrelScenarioTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "tavrelscenario-XXXXXX").string();
-        ASSERT_NE(::mkdtemp(&pattern[0]), nullptr);
-        folder = pattern;
-        fs::create_directory(folder / "city");
-    }
-    void TearDown() override { fs::remove_all(folder); }
-
-    void write(const std::string& relative, const std::string& bytes) {
-        std::ofstream(folder / relative, std::ios::binary) << bytes;
-    }
-    std::string read(const std::string& relative) {
-        std::ifstream in(folder / relative, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    }
-    std::string dir() const { return folder.string(); }
-
-    fs::path folder;
-};
-
 const char* const crossing = "<?xml version=\"1.0\"?>\n"
                              "<Scenario name=\"Crossing\" description=\"A signalled crossing\">\n"
                              "  <Vehicle id=\"1\" driverId=\"2\" name=\"ego\" />\n"
                              "</Scenario>\n";
+
+// A temporary folder holding city/crossing.sce.
+class TavrelScenarioTest : public ::testing::Test {
+protected:
+    void SetUp() override { t.write("city/crossing.sce", crossing); }
+    std::string dir() const { return t.root(); }
+    // The message of a failed load of the file at `relative`, ending in the reader's error.
+    std::string loadFailure(const std::string& relative, const std::string& error) const {
+        const std::string file = t.path(relative);
+        return "Unable to load scenario " + file + " :\n" + file + error;
+    }
+    TempInstallation t;
+};
 
 TEST_F(TavrelScenarioTest, PathsNeedNoFileAndAMissingFileFailsOnFirstUse) {
     TavrelScenario scenario("Default", "city/missing.sce", dir());
@@ -69,33 +48,28 @@ TEST_F(TavrelScenarioTest, PathsNeedNoFileAndAMissingFileFailsOnFirstUse) {
     EXPECT_EQ(scenario.getPath(), "other/place.sce");
     EXPECT_EQ(scenario.getFilePath(), dir() + "/other/place.sce");
 
-    const std::string file = dir() + "/other/place.sce";
-    const Exception e = thrown([&] { scenario.getName(); });
-    EXPECT_EQ(e.code, 24);
-    EXPECT_EQ(e.message, "Unable to load scenario " + file + " :\n" + file + ":1:1: cannot read the file");
+    EXPECT_TRUE(throwsValue([&] { scenario.getName(); },
+                            loadFailure("other/place.sce", ":1:1: cannot read the file"), 24));
     // One attempt per object: what follows works on the empty tree left behind.
     EXPECT_EQ(scenario.getName(), "");
     EXPECT_EQ(scenario.getDescription(), "");
 }
 
 TEST_F(TavrelScenarioTest, ASyntaxErrorIsReportedWithItsPosition) {
-    write("city/broken.sce", "<Scenario name=\"x\">\n  <Vehicle>\n</Scenario>\n");
+    t.write("city/broken.sce", "<Scenario name=\"x\">\n  <Vehicle>\n</Scenario>\n");
     TavrelScenario scenario("Default", "city/broken.sce", dir());
-    const std::string file = dir() + "/city/broken.sce";
-    const Exception e = thrown([&] { scenario.getDescription(); });
-    EXPECT_EQ(e.code, 24);
-    EXPECT_EQ(e.message, "Unable to load scenario " + file + " :\n" + file + ":3:3: Start-end tags mismatch");
+    EXPECT_TRUE(throwsValue([&] { scenario.getDescription(); },
+                            loadFailure("city/broken.sce", ":3:3: Start-end tags mismatch"), 24));
     std::vector<unsigned char> bytes;
     scenario.fetch(bytes); // the raw bytes stay readable
     EXPECT_EQ(bytes.size(), 44u);
     // Saving the failed template never replaces the file with an empty tree.
     scenario.setName("renamed");
     scenario.save();
-    EXPECT_EQ(read("city/broken.sce"), "<Scenario name=\"x\">\n  <Vehicle>\n</Scenario>\n");
+    EXPECT_EQ(t.read("city/broken.sce"), "<Scenario name=\"x\">\n  <Vehicle>\n</Scenario>\n");
 }
 
 TEST_F(TavrelScenarioTest, LoadsOnceAndReadsTheRootSection) {
-    write("city/crossing.sce", crossing);
     Probe scenario("Default", "city/crossing.sce", dir());
     EXPECT_EQ(scenario.getName(), "Crossing");
     EXPECT_EQ(scenario.getDescription(), "A signalled crossing");
@@ -104,14 +78,13 @@ TEST_F(TavrelScenarioTest, LoadsOnceAndReadsTheRootSection) {
     EXPECT_EQ(file->getRootSection()->getSubSectionCount(), 1u);
 
     // Loaded once: a change on disk doesn't reach this object, only a new one.
-    write("city/crossing.sce", "<Scenario name=\"Changed\"/>");
+    t.write("city/crossing.sce", "<Scenario name=\"Changed\"/>");
     EXPECT_EQ(scenario.getName(), "Crossing");
     EXPECT_EQ(scenario.getCfgScenarioSection(), file);
     EXPECT_EQ(TavrelScenario("Default", "city/crossing.sce", dir()).getName(), "Changed");
 }
 
 TEST_F(TavrelScenarioTest, TheDirectoryMayHoldVariables) {
-    write("city/crossing.sce", crossing);
     ::setenv("TAVREL_TEST_SCENARIO_DIR", dir().c_str(), 1);
     TavrelScenario scenario("Default", "city/crossing.sce", "${TAVREL_TEST_SCENARIO_DIR}");
     EXPECT_EQ(scenario.getFilePath(), "${TAVREL_TEST_SCENARIO_DIR}/city/crossing.sce");
@@ -121,7 +94,7 @@ TEST_F(TavrelScenarioTest, TheDirectoryMayHoldVariables) {
     EXPECT_EQ(std::string(bytes.begin(), bytes.end()), crossing);
     scenario.setDescription("expanded on save too");
     scenario.save();
-    EXPECT_NE(read("city/crossing.sce").find("expanded on save too"), std::string::npos);
+    EXPECT_NE(t.read("city/crossing.sce").find("expanded on save too"), std::string::npos);
     ::unsetenv("TAVREL_TEST_SCENARIO_DIR");
 }
 
@@ -129,29 +102,23 @@ TEST_F(TavrelScenarioTest, FetchFailures) {
     // A file that can't be read fails as the load it also is, code 24.
     TavrelScenario missing("Default", "city/none.sce", dir());
     std::vector<unsigned char> bytes;
-    EXPECT_EQ(thrown([&] { missing.fetch(bytes); }).code, 24);
+    EXPECT_EQ(catchValue([&] { missing.fetch(bytes); }).code, 24);
     // Then, the load having been tried, fetch fails in its own words.
-    const Exception again = thrown([&] { missing.fetch(bytes); });
-    EXPECT_EQ(again.code, 20);
-    EXPECT_EQ(again.message, "Unable to load scenario ");
+    EXPECT_TRUE(throwsValue([&] { missing.fetch(bytes); }, "Unable to load scenario ", 20));
 
-    write("city/crossing.sce", crossing);
     TavrelScenario gone("Default", "city/crossing.sce", dir());
     EXPECT_EQ(gone.getName(), "Crossing");
-    fs::remove(folder / "city" / "crossing.sce");
-    const Exception e = thrown([&] { gone.fetch(bytes); });
-    EXPECT_EQ(e.code, 20);
-    EXPECT_EQ(e.message, "Unable to load scenario Crossing");
+    fs::remove(t.path("city/crossing.sce"));
+    EXPECT_TRUE(throwsValue([&] { gone.fetch(bytes); }, "Unable to load scenario Crossing", 20));
 }
 
 TEST_F(TavrelScenarioTest, SaveWritesWhereThePathPoints) {
-    write("city/crossing.sce", crossing);
     TavrelScenario scenario("Default", "city/crossing.sce", dir());
     scenario.setName("Crossing at night");
     scenario.setDescription("Dark, with \"quotes\" & <brackets>");
     scenario.setPath("city/crossing_night.sce");
     scenario.save();
-    EXPECT_EQ(read("city/crossing.sce"), crossing); // the original stays
+    EXPECT_EQ(t.read("city/crossing.sce"), crossing); // the original stays
 
     TavrelScenario copy("Default", "city/crossing_night.sce", dir());
     EXPECT_EQ(copy.getName(), "Crossing at night");
@@ -162,15 +129,15 @@ TEST_F(TavrelScenarioTest, SaveWritesWhereThePathPoints) {
     scenario.save();
     scenario.setPath("city");
     scenario.save();
-    EXPECT_TRUE(fs::is_directory(folder / "city"));
+    EXPECT_TRUE(fs::is_directory(t.path("city")));
 
     // The first operation may be the save: it loads the file first.
     TavrelScenario untouched("Default", "city/crossing.sce", dir());
     untouched.save();
     EXPECT_EQ(TavrelScenario("Default", "city/crossing.sce", dir()).getName(), "Crossing");
     TavrelScenario missing("Default", "city/none.sce", dir());
-    EXPECT_EQ(thrown([&] { missing.save(); }).code, 24);
-    EXPECT_FALSE(fs::exists(folder / "city" / "none.sce"));
+    EXPECT_EQ(catchValue([&] { missing.save(); }).code, 24);
+    EXPECT_FALSE(fs::exists(t.path("city/none.sce")));
 }
 
 TEST_F(TavrelScenarioTest, AnOpenedFileStaysWithItsOwner) {
@@ -185,18 +152,6 @@ TEST_F(TavrelScenarioTest, AnOpenedFileStaysWithItsOwner) {
     }
     // The template didn't delete what it was handed.
     EXPECT_EQ(file.getRootSection()->description, "set through the template");
-}
-
-TEST_F(TavrelScenarioTest, LoadingReadsTheVariadicDeclarations) {
-    write("city/variadic.sce", "<Scenario name=\"v\">\n"
-                               "  <Parameter name=\"limit\" type=\"real\" unit=\"km/h\">25</Parameter>\n"
-                               "  <VariadicParameter name=\"Limit\" parameterId=\"/sce/Scenario/limit\">\n"
-                               "    <RealParameter default=\"90\" />\n"
-                               "  </VariadicParameter>\n"
-                               "</Scenario>\n");
-    TavrelScenario scenario("Default", "city/variadic.sce", dir());
-    EXPECT_EQ(scenario.getName(), "v");
-    EXPECT_EQ(scenario.getVariadicParameterNumber(), 1u);
 }
 
 } // namespace

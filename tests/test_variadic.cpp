@@ -6,15 +6,13 @@
 
 #include <ScenarioTemplateDb/Exception.h>
 #include <ScenarioTemplateDb/ScenarioParameter.h>
-#include <environment/SheetCfg/CfgScenario.h>
 #include <environment/SheetCfg/Sections.h>
 
 #include "ExceptionCapture.h"
+#include "TempInstallation.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <limits>
 #include <memory>
 
@@ -37,6 +35,19 @@ std::vector<int> minima(const TavrelVariadicParameter& parameter) {
     for (const auto* range : ranges)
         out.push_back(range->getMinimum());
     return out;
+}
+
+RealRanges realRanges(const TavrelVariadicParameter& parameter) {
+    RealRanges ranges;
+    parameter.getRealRanges(ranges);
+    return ranges;
+}
+
+// How many integer range sections the declaration holds.
+size_t integerRangeSections(cfg::Section& declaration) {
+    std::vector<cfg::Section*> sections;
+    declaration.getSubSection("IntegerParameter")->getSubSections("IntegerRange", sections);
+    return sections.size();
 }
 
 std::vector<std::string> literalsOf(const TavrelVariadicParameter& parameter) {
@@ -67,17 +78,16 @@ TEST_F(Variadic, TypeIsReadFromTheTypedSubSectionBooleanFirst) {
     EXPECT_TRUE(loaded.getBooleanDefaultValue());
     // No integer range was read: asking for them is a type failure.
     EXPECT_EQ(catchPointer([&] { minima(loaded); }).code, 32);
-}
 
-TEST_F(Variadic, NoTypedSubSectionLoadsAsIntegerWithoutRanges) {
-    TavrelVariadicParameter loaded(nullptr, &section);
-    EXPECT_EQ(loaded.getType(), ParameterTypeInteger);
-    EXPECT_TRUE(minima(loaded).empty());
-    EXPECT_EQ(loaded.getTargetParameter(), nullptr);
-    // Using the missing default is a failure of its own, not a crash.
-    Exception e = catchPointer([&] { loaded.getIntegerDefaultValue(); });
-    EXPECT_EQ(e.code, -1);
-    EXPECT_EQ(catchPointer([&] { loaded.insertIntegerRange(0); }).code, -1);
+    // No typed sub-section at all loads as an integer without ranges; using the
+    // missing default is a failure of its own, not a crash.
+    cfg::VariadicParameter empty;
+    TavrelVariadicParameter bare(nullptr, &empty);
+    EXPECT_EQ(bare.getType(), ParameterTypeInteger);
+    EXPECT_TRUE(minima(bare).empty());
+    EXPECT_EQ(bare.getTargetParameter(), nullptr);
+    EXPECT_EQ(catchPointer([&] { bare.getIntegerDefaultValue(); }).code, -1);
+    EXPECT_EQ(catchPointer([&] { bare.insertIntegerRange(0); }).code, -1);
 }
 
 TEST_F(Variadic, IntegerRangesInsertBeforeThePositionOrAtTheFront) {
@@ -106,52 +116,38 @@ TEST_F(Variadic, IntegerRangesInsertBeforeThePositionOrAtTheFront) {
     ASSERT_NE(stored, nullptr);
     EXPECT_EQ(stored->maximum, -10);
 
-    std::vector<cfg::Section*> sections;
-    section.getSubSection("IntegerParameter")->getSubSections("IntegerRange", sections);
-    EXPECT_EQ(sections.size(), 6u);
-}
+    EXPECT_EQ(integerRangeSections(section), 6u);
 
-TEST_F(Variadic, LiteralsAlwaysGoAtTheEnd) {
-    TavrelVariadicParameter fresh(&section);
-    fresh.setType(ParameterTypeLiteral);
-    fresh.setLiteralDefaultValue("a");
-    fresh.insertLiteral(0) = "a";
-    fresh.insertLiteral(0) = "b";
-    fresh.insertLiteral(0) = "new";
-    fresh.insertLiteral(std::numeric_limits<size_t>::max()) = "last";
-    EXPECT_EQ(literalsOf(fresh), (std::vector<std::string>{"a", "b", "new", "last"}));
+    // Literals, whatever the position, always go at the end.
+    cfg::VariadicParameter literalSection;
+    TavrelVariadicParameter literal(&literalSection);
+    literal.setType(ParameterTypeLiteral);
+    literal.setLiteralDefaultValue("a");
+    for (size_t position : {size_t(0), size_t(0), size_t(0), std::numeric_limits<size_t>::max()})
+        literal.insertLiteral(position) = std::to_string(literalsOf(literal).size());
+    EXPECT_EQ(literalsOf(literal), (std::vector<std::string>{"0", "1", "2", "3"}));
 }
 
 TEST_F(Variadic, RemoveRangeRulesAndFailures) {
     TavrelVariadicParameter fresh(&section);
     fresh.setIntegerDefaultValue(0);
-    Exception e = catchValue([&] { fresh.removeRange(0); });
-    EXPECT_EQ(e.message, "Integer range index is out of range");
-    EXPECT_EQ(e.code, 4);
+    EXPECT_TRUE(throwsValue([&] { fresh.removeRange(0); }, "Integer range index is out of range", 4));
     fresh.insertIntegerRange(0).setMinimum(1);
     fresh.insertIntegerRange(1).setMinimum(2);
     fresh.insertIntegerRange(1).setMinimum(3); // 2, 3, 1
     fresh.removeRange(1);
     EXPECT_EQ(minima(fresh), (std::vector<int>{2, 1}));
-    std::vector<cfg::Section*> sections;
-    section.getSubSection("IntegerParameter")->getSubSections("IntegerRange", sections);
-    EXPECT_EQ(sections.size(), 2u);
+    EXPECT_EQ(integerRangeSections(section), 2u);
 
     fresh.setType(ParameterTypeReal);
     fresh.setRealDefaultValue(0.5);
-    e = catchValue([&] { fresh.removeRange(0); });
-    EXPECT_EQ(e.message, "Real range index is out of range");
-    EXPECT_EQ(e.code, 4);
+    EXPECT_TRUE(throwsValue([&] { fresh.removeRange(0); }, "Real range index is out of range", 4));
     fresh.insertRealRange(0).setMaximum(4.5);
     fresh.removeRange(0);
-    RealRanges ranges;
-    fresh.getRealRanges(ranges);
-    EXPECT_TRUE(ranges.empty());
+    EXPECT_TRUE(realRanges(fresh).empty());
 
     fresh.setType(ParameterTypeBoolean);
-    e = catchValue([&] { fresh.removeRange(0); });
-    EXPECT_EQ(e.message, "Invalid type");
-    EXPECT_EQ(e.code, 32);
+    EXPECT_TRUE(throwsValue([&] { fresh.removeRange(0); }, "Invalid type", 32));
     fresh.setType(ParameterTypeLiteral);
     EXPECT_EQ(catchValue([&] { fresh.removeRange(0); }).message, "Invalid type");
 }
@@ -165,9 +161,7 @@ TEST_F(Variadic, ClearRangesKeepsNumericDefaultsButDropsTheWholeLiteralSection) 
     EXPECT_TRUE(minima(fresh).empty());
     EXPECT_EQ(fresh.getIntegerDefaultValue(), 4);
     EXPECT_EQ(section.getSubSection("LiteralParameter"), nullptr);
-    std::vector<cfg::Section*> sections;
-    section.getSubSection("IntegerParameter")->getSubSections("IntegerRange", sections);
-    EXPECT_TRUE(sections.empty());
+    EXPECT_EQ(integerRangeSections(section), 0u);
 
     cfg::VariadicParameter literalSection;
     TavrelVariadicParameter literal(&literalSection);
@@ -200,11 +194,7 @@ TEST_F(Variadic, TypeFailuresArePointersWithCode32) {
          "Variadic parameter type is not an integer"},
         {ParameterTypeInteger, [](TavrelVariadicParameter& p) { p.getRealDefaultValue(); },
          "Variadic parameter is not a real"},
-        {ParameterTypeInteger,
-         [](TavrelVariadicParameter& p) {
-             RealRanges r;
-             p.getRealRanges(r);
-         },
+        {ParameterTypeInteger, [](TavrelVariadicParameter& p) { realRanges(p); },
          "Variadic parameter type is not a real"},
         {ParameterTypeInteger, [](TavrelVariadicParameter& p) { p.insertRealRange(0); },
          "Variadic parameter type is not a real"},
@@ -220,16 +210,12 @@ TEST_F(Variadic, TypeFailuresArePointersWithCode32) {
     for (const Case& c : cases) {
         TavrelVariadicParameter fresh(&section);
         fresh.setType(c.type);
-        Exception e = catchPointer([&] { c.call(fresh); });
-        EXPECT_EQ(e.message, c.message);
-        EXPECT_EQ(e.code, 32);
+        EXPECT_TRUE(throwsPointer([&] { c.call(fresh); }, c.message, 32));
     }
 }
 
 TEST(Range, NullSectionFailsByValue) {
-    Exception e = catchValue([] { TavrelRange<int> range(nullptr); });
-    EXPECT_EQ(e.message, "section null");
-    EXPECT_EQ(e.code, -1);
+    EXPECT_TRUE(throwsValue([] { TavrelRange<int> range(nullptr); }, "section null", -1));
     EXPECT_EQ(catchValue([] { TavrelRange<double> range(nullptr); }).message, "section null");
 
     // A range of the other value type is refused rather than misread.
@@ -246,45 +232,26 @@ namespace {
 // declarations: an integer one on "lanes" and a literal one on "weather".
 class ScenarioVariadics : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/tavrel-variadic-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        folder = pattern;
-        cfg::CfgScenario file;
-        cfg::Scenario* root = file.getRootSection();
-        root->name = "variadics";
-        root->description = "to be cleared";
-        cfg::Section* road = root->createSubSection("Road");
-        road->addParameter("lanes", cfg::ParameterInt, lmk::U_NONE).getInt() = 2;
-        road->addParameter("speed", cfg::ParameterReal, lmk::U_KM_H).getDouble() = 10;
-        road->addParameter("wet", cfg::ParameterBool, lmk::U_NONE);
-        road->addParameter("weather", cfg::ParameterString, lmk::U_NONE).getString() = "sun";
-
-        cfg::VariadicParameter* lanes = add<cfg::VariadicParameter>(root);
-        lanes->name = "lanes";
-        lanes->parameterId = "/sce/Scenario/Road/lanes";
-        cfg::IntegerParameter* integer = add<cfg::IntegerParameter>(lanes);
-        integer->defaultValue = 2;
-        cfg::IntegerRange* range = add<cfg::IntegerRange>(integer);
-        range->minimum = 1;
-        range->maximum = 4;
-
-        cfg::VariadicParameter* weather = add<cfg::VariadicParameter>(root);
-        weather->name = "weather";
-        weather->parameterId = "/sce/Scenario/Road/weather";
-        cfg::LiteralParameter* literal = add<cfg::LiteralParameter>(weather);
-        literal->defaultValue = "sun";
-        add<cfg::LiteralRange>(literal)->value = "sun";
-        add<cfg::LiteralRange>(literal)->value = "rain";
-        save(file);
+    // The file, with `more` declarations after its own.
+    static std::string text(const std::string& more = "") {
+        return R"(<Scenario name="variadics" description="to be cleared">
+  <Road>
+    <Parameter name="lanes" type="int">2</Parameter>
+    <Parameter name="speed" type="real" unit="km/h">10</Parameter>
+    <Parameter name="wet" type="bool">false</Parameter>
+    <Parameter name="weather" type="string">sun</Parameter>
+  </Road>
+  <VariadicParameter name="lanes" parameterId="/sce/Scenario/Road/lanes">
+    <IntegerParameter default="2"><IntegerRange minimum="1" maximum="4"/></IntegerParameter>
+  </VariadicParameter>
+  <VariadicParameter name="weather" parameterId="/sce/Scenario/Road/weather">
+    <LiteralParameter default="sun"><LiteralRange value="sun"/><LiteralRange value="rain"/></LiteralParameter>
+  </VariadicParameter>
+)" + more + "</Scenario>\n";
     }
-    void TearDown() override { std::filesystem::remove_all(folder); }
-
-    void save(cfg::CfgScenario& file, const std::string& name = "v.sce") {
-        ASSERT_TRUE(file.save((folder + "/" + name).c_str(), Commons::Encoding::Utf8, false));
-    }
+    void SetUp() override { t.write("v.sce", text()); }
     std::unique_ptr<TavrelScenario> open(const std::string& name = "v.sce") {
-        return std::make_unique<TavrelScenario>("main", name, folder);
+        return std::make_unique<TavrelScenario>("main", name, t.root());
     }
     std::vector<TavrelVariadicParameter*> variadics(const TavrelScenario& scenario) {
         std::vector<TavrelVariadicParameter*> out{nullptr};
@@ -292,16 +259,15 @@ protected:
         return out;
     }
 
-    std::string folder;
+    TempInstallation t;
 };
 
 } // namespace
 
 TEST_F(ScenarioVariadics, NothingIsListedBeforeTheCountIsAsked) {
     auto scenario = open();
-    Exception e = catchValue([&] { scenario->getVariadicParameter(0); });
-    EXPECT_EQ(e.message, "Invalid variadic parameter index");
-    EXPECT_EQ(e.code, 4);
+    EXPECT_TRUE(
+        throwsValue([&] { scenario->getVariadicParameter(0); }, "Invalid variadic parameter index", 4));
     std::vector<ScenarioTemplateDb::VariadicParameter*> listed{nullptr};
     scenario->getVariadicParameters(listed);
     EXPECT_TRUE(listed.empty());
@@ -320,17 +286,12 @@ TEST_F(ScenarioVariadics, NothingIsListedBeforeTheCountIsAsked) {
 }
 
 TEST_F(ScenarioVariadics, ATargetWithAMissingStepStopsTheLoadButKeepsWhatWasRead) {
-    cfg::CfgScenario file;
-    ASSERT_TRUE(
-        file.load((folder + "/v.sce").c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true, true));
-    add<cfg::VariadicParameter>(file.getRootSection())->parameterId = "/sce/Scenario/Road/width";
-    add<cfg::VariadicParameter>(file.getRootSection())->parameterId = "/sce/Scenario/Road/lanes";
-    save(file, "broken.sce");
+    t.write("broken.sce", text(R"(<VariadicParameter parameterId="/sce/Scenario/Road/width"/>
+                                  <VariadicParameter parameterId="/sce/Scenario/Road/lanes"/>)"));
 
     auto scenario = open("broken.sce");
-    Exception e = catchPointer([&] { scenario->getVariadicParameterNumber(); });
-    EXPECT_EQ(e.message, "No child parameter with id=width in scenario element : Road");
-    EXPECT_EQ(e.code, -1);
+    EXPECT_TRUE(throwsPointer([&] { scenario->getVariadicParameterNumber(); },
+                              "No child parameter with id=width in scenario element : Road", -1));
     // The file stays loaded with the declarations read before the failure.
     EXPECT_EQ(scenario->getVariadicParameterNumber(), 2u);
     EXPECT_EQ(scenario->getName(), "variadics");
@@ -418,13 +379,12 @@ TEST_F(ScenarioVariadics, EditedDeclarationsSurviveSaveAndReload) {
     EXPECT_TRUE(read[2]->isReal());
     EXPECT_DOUBLE_EQ(read[2]->getRealDefaultValue(), 12.5);
     EXPECT_EQ(read[2]->getTargetParameter(), reopened->getParameterFromId("/sce/Scenario/Road/speed"));
-    RealRanges realRanges;
-    read[2]->getRealRanges(realRanges);
-    ASSERT_EQ(realRanges.size(), 2u);
-    EXPECT_DOUBLE_EQ(realRanges[0]->getMinimum(), 5.25);
-    EXPECT_DOUBLE_EQ(realRanges[0]->getMaximum(), 10);
-    EXPECT_DOUBLE_EQ(realRanges[1]->getMinimum(), 90);
-    EXPECT_DOUBLE_EQ(realRanges[1]->getMaximum(), 80);
+    const RealRanges speeds = realRanges(*read[2]);
+    ASSERT_EQ(speeds.size(), 2u);
+    EXPECT_DOUBLE_EQ(speeds[0]->getMinimum(), 5.25);
+    EXPECT_DOUBLE_EQ(speeds[0]->getMaximum(), 10);
+    EXPECT_DOUBLE_EQ(speeds[1]->getMinimum(), 90);
+    EXPECT_DOUBLE_EQ(speeds[1]->getMaximum(), 80);
 
     EXPECT_TRUE(read[3]->isBoolean());
     EXPECT_TRUE(read[3]->getBooleanDefaultValue());

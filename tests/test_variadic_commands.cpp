@@ -6,25 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
-#include <fstream>
-#include <sstream>
-#include <sys/wait.h>
-
 namespace {
-
-struct ToolRun {
-    int status;
-    std::string output;
-};
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 class VariadicCommands : public ::testing::Test {
 protected:
@@ -43,19 +25,7 @@ protected:
         const bool group = command.rfind("variadic ", 0) == 0;
         const std::string verb =
             group ? "variadic city/crossing.sce " + command.substr(9) : command + " city/crossing.sce";
-        const std::string line = "env -u TAVREL_CONFIG '" TAVREL_TOOL "' " + verb + " " + arguments +
-                                 " --installation '" + installationFile + "' 2>&1";
-        ToolRun run{-1, std::string()};
-        FILE* pipe = ::popen(line.c_str(), "r");
-        if (!pipe)
-            return run;
-        std::array<char, 4096> buffer;
-        size_t n;
-        while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-            run.output.append(buffer.data(), n);
-        const int status = ::pclose(pipe);
-        run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        return run;
+        return runTool(TAVREL_TOOL, verb + " " + arguments + " --installation '" + installationFile + "'");
     }
 
     TempInstallation installation;
