@@ -52,7 +52,7 @@ TEST_F(ItemTree, KeywordsKindsAndTheFactory) {
         EXPECT_TRUE(item->kind == kind && item->name == "n" && item->parent == nullptr) << kind;
     }
     for (uint32_t kind : {0u, 3u, 10u, 11u, 16u, 18u, 24u, 26u, 28u})
-        EXPECT_ASSERTION(CreateItem(kind, "n", nullptr), "ScenarioItem", 122);
+        EXPECT_EQ(AssertionAt([&] { CreateItem(kind, "n", nullptr); }), "ScenarioItem:122");
 }
 
 TEST_F(ItemTree, ObserversAreCalledInOrderAndRemovedOnceEach) {
@@ -126,10 +126,11 @@ TEST_F(ItemTree, StorePlacesReplacesSwapsAndDestroysOnlyItsOwnChildren) {
     root.RemoveAllChildren();
     EXPECT_TRUE(root.children.empty());
     EXPECT_EQ(root.GetFirstChild(), nullptr);
-    EXPECT_ASSERTION(root.AddChild(nullptr, nullptr, true), "core/include/scenario/ScenarioItem", 251);
+    EXPECT_EQ(AssertionAt([&] { root.AddChild(nullptr, nullptr, true); }),
+              "core/include/scenario/ScenarioItem:251");
 }
 
-TEST_F(ItemTree, FindsStayInTheirFileAndScope) {
+TEST_F(ItemTree, FindsStayInTheirFileScopeAndOrder) {
     ItemPtr scenario(Node(nullptr, ITEM_SCENARIO, "sce"));
     scenario->fileName = "main.sce";
     Folders* task = Node(scenario.get(), ITEM_TASK, "t");
@@ -162,18 +163,28 @@ TEST_F(ItemTree, FindsStayInTheirFileAndScope) {
     EXPECT_EQ(GetModelRoot(rule), &model);
     EXPECT_EQ(FindOwningUnit(nullptr), nullptr);
 
-    // Upward, an item sees the subtrees of its siblings but not its uncles.
+    // Upward, an item sees the subtrees of its siblings but not its uncles;
+    // depth first, the first branch is searched to its end before the next.
     ItemPtr root(Node(nullptr, ITEM_FOLDER, "root"));
     Folders* uncle = Node(root.get(), ITEM_FOLDER, "uncle");
     Folders* parent = Node(root.get(), ITEM_FOLDER, "parent");
     Folders* child = Node(parent, ITEM_FOLDER, "child");
-    Folders* nephew = Node(Node(parent, ITEM_FOLDER, "sibling"), ITEM_ENUM, "x");
+    Folders* nephew = Node(Node(parent, ITEM_FOLDER, "sibling"), ITEM_ENUM, "x", "X");
+    Folders* later = Node(root.get(), ITEM_ENUM, "later", "X");
     EXPECT_EQ(child->FindItemUpward(ITEM_ENUM, "x"), nephew);
     EXPECT_EQ(static_cast<const ScenarioItem*>(child)->FindItemUpward(ITEM_ENUM, "x"), nephew);
     EXPECT_EQ(child->FindItemUpward(ITEM_FOLDER, "child"), child);
     EXPECT_EQ(child->FindItemUpward(ITEM_FOLDER, "uncle"), nullptr);
     EXPECT_EQ(parent->FindItemUpward(ITEM_FOLDER, "uncle"), uncle);
     EXPECT_EQ(root->FindItemUpward(ITEM_ENUM, "x"), nullptr);
+    EXPECT_EQ(root->FindFirstOfKind(ITEM_ENUM), nephew);
+    EXPECT_EQ(root->FindFirstOfKind(ITEM_FOLDER), root.get());
+    EXPECT_EQ(root->FindFirstOfKind(ITEM_RULE), nullptr);
+    EXPECT_EQ(root->FindByLabel("X"), nephew);
+    EXPECT_EQ(root->FindByLabel("x"), nullptr);
+    EXPECT_TRUE(root->ContainsItem(later));
+    EXPECT_TRUE(parent->ContainsItem(parent));
+    EXPECT_FALSE(parent->ContainsItem(later));
 }
 
 TEST_F(ItemTree, CollectionsKeepDuplicatesSortByLabelAndStopAtIncludes) {
@@ -288,25 +299,6 @@ TEST_F(ItemTree, CloneNormalisesFlagsAndCopiesTheSubtree) {
     EXPECT_EQ(SaveText(*copy).find("IS_SELECTED"), std::string::npos);
 }
 
-TEST_F(ItemTree, DepthFirstSearchesAndDisplayTexts) {
-    ItemPtr root(Node(nullptr, ITEM_FOLDER, "root", "R"));
-    Folders* a = Node(root.get(), ITEM_FOLDER, "a", "A");
-    Folders* deep = Node(a, ITEM_ENUM, "deep", "X");
-    Folders* later = Node(root.get(), ITEM_ENUM, "later", "X");
-    EXPECT_EQ(root->FindFirstOfKind(ITEM_ENUM), deep);
-    EXPECT_EQ(root->FindFirstOfKind(ITEM_FOLDER), root.get());
-    EXPECT_EQ(root->FindFirstOfKind(ITEM_RULE), nullptr);
-    EXPECT_EQ(root->FindByLabel("X"), deep);
-    EXPECT_EQ(root->FindByLabel("x"), nullptr);
-    EXPECT_TRUE(root->ContainsItem(later));
-    EXPECT_TRUE(a->ContainsItem(a));
-    EXPECT_FALSE(a->ContainsItem(later));
-    EXPECT_TRUE(root->IsValid());
-    root->UpdateDisplayTextTree();
-    EXPECT_EQ(root->displayText, "R");
-    EXPECT_EQ(deep->displayText, "X");
-}
-
 TEST_F(ItemTree, NullChildrenEndTheProcessAtEachWalk) {
     // A folder whose store hands out a null entry, whatever the filter.
     struct HoleyFolder : Folders {
@@ -323,26 +315,26 @@ TEST_F(ItemTree, NullChildrenEndTheProcessAtEachWalk) {
     std::vector<ScenarioItem*> out;
     std::vector<const ScenarioItem*> constOut;
     std::ostringstream sink;
-    const std::vector<std::pair<std::function<void()>, int>> walks = {
-        {[&] { root->Clone(); }, 445},
-        {[&] { root->SaveChildren(sink); }, 757},
-        {[&] { root->UpdateDisplayTextTree(); }, 779},
-        {[&] { root->FindItem(ITEM_ENUM, "x", ""); }, 862},
-        {[&] { constRoot->FindItem(ITEM_ENUM, "x", ""); }, 909},
-        {[&] { child->FindItemUpward(ITEM_ENUM, "x"); }, 957},
-        {[&] { constChild->FindItemUpward(ITEM_ENUM, "x"); }, 996},
-        {[&] { root->CollectItemsOfKind(out, ITEM_ENUM, true, true); }, 1050},
-        {[&] { constRoot->CollectItemsOfKind(constOut, ITEM_ENUM, true, true); }, 1086},
-        {[&] { root->CollectItems(ITEM_ENUM, "x", out, true, true); }, 1129},
-        {[&] { constRoot->CollectItems(ITEM_ENUM, "x", constOut, true, true); }, 1152},
-        {[&] { root->FindFirstOfKind(ITEM_ENUM); }, 1183},
-        {[&] { root->ContainsItem(nullptr); }, 1366},
-        {[&] { root->FindByLabel("none"); }, 1422},
-        {[&] { root->CollectVisibleItems(ITEM_VARIABLE, out, "", ""); }, 1442},
+    const std::vector<std::pair<std::function<void()>, std::string>> walks = {
+        {[&] { root->Clone(); }, "ScenarioItem:445"},
+        {[&] { root->SaveChildren(sink); }, "ScenarioItem:757"},
+        {[&] { root->UpdateDisplayTextTree(); }, "ScenarioItem:779"},
+        {[&] { root->FindItem(ITEM_ENUM, "x", ""); }, "ScenarioItem:862"},
+        {[&] { constRoot->FindItem(ITEM_ENUM, "x", ""); }, "ScenarioItem:909"},
+        {[&] { child->FindItemUpward(ITEM_ENUM, "x"); }, "ScenarioItem:957"},
+        {[&] { constChild->FindItemUpward(ITEM_ENUM, "x"); }, "ScenarioItem:996"},
+        {[&] { root->CollectItemsOfKind(out, ITEM_ENUM, true, true); }, "ScenarioItem:1050"},
+        {[&] { constRoot->CollectItemsOfKind(constOut, ITEM_ENUM, true, true); }, "ScenarioItem:1086"},
+        {[&] { root->CollectItems(ITEM_ENUM, "x", out, true, true); }, "ScenarioItem:1129"},
+        {[&] { constRoot->CollectItems(ITEM_ENUM, "x", constOut, true, true); }, "ScenarioItem:1152"},
+        {[&] { root->FindFirstOfKind(ITEM_ENUM); }, "ScenarioItem:1183"},
+        {[&] { root->ContainsItem(nullptr); }, "ScenarioItem:1366"},
+        {[&] { root->FindByLabel("none"); }, "ScenarioItem:1422"},
+        {[&] { root->CollectVisibleItems(ITEM_VARIABLE, out, "", ""); }, "ScenarioItem:1442"},
         // Without a kind there is no walk over the children.
-        {[&] { root->CollectVisibleItems(ITEM_NONE, out, "", ""); }, -1}};
-    for (const auto& [walk, line] : walks)
-        EXPECT_ASSERTION(walk(), line < 0 ? "" : "ScenarioItem", line);
+        {[&] { root->CollectVisibleItems(ITEM_NONE, out, "", ""); }, "none"}};
+    for (const auto& [walk, where] : walks)
+        EXPECT_EQ(AssertionAt(walk), where);
 }
 
 TEST_F(ItemTree, PathHelpers) {

@@ -199,7 +199,8 @@ TEST_F(TextFormat, HeaderNamesAndKeywords) {
     }
     uint32_t kind;
     std::string name;
-    EXPECT_ASSERTION(header("TYPEOF " + std::string(256, 'K') + " (a)", kind, name), "ScenarioItem", 0);
+    EXPECT_EQ(AssertionAt([&] { header("TYPEOF " + std::string(256, 'K') + " (a)", kind, name); }),
+              "ScenarioItem:0");
 }
 
 TEST_F(TextFormat, AttributeKeysMatchByPrefixAndValuesMayBeEmpty) {
@@ -255,10 +256,11 @@ TEST_F(TextFormat, LinesEndAtTheFirstSeparatorAndBlocksAreSkippedWhole) {
 }
 
 TEST_F(TextFormat, ReaderAssertionsAndTheNestingLimit) {
-    EXPECT_ASSERTION(ScenarioTextStream(nullptr, 16), "core/include/scenario/ScenarioItem", 394);
-    EXPECT_ASSERTION(LoadScenarioFile(nullptr, nullptr, false), "ScenarioItem", 466);
+    EXPECT_EQ(AssertionAt([&] { ScenarioTextStream(nullptr, 16); }),
+              "core/include/scenario/ScenarioItem:394");
+    EXPECT_EQ(AssertionAt([&] { LoadScenarioFile(nullptr, nullptr, false); }), "ScenarioItem:466");
     // TOKEN has a keyword but no class.
-    EXPECT_ASSERTION(Parse("TYPEOF TOKEN (t)\r\n{\r\n}\r\n"), "ScenarioItem", 122);
+    EXPECT_EQ(AssertionAt([&] { Parse("TYPEOF TOKEN (t)\r\n{\r\n}\r\n"); }), "ScenarioItem:122");
 
     std::string deep;
     for (int i = 0; i < 5000; ++i)

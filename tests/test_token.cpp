@@ -97,7 +97,7 @@ TEST_F(TokenTest, DefinitionsLinkToThemselvesAndInstancesByNameToTheRootModel) {
     StoreToken* stop = AddToken(&script, ITEM_ACTION, "Stop");
     LinkModel(stop, "ACTION_LIST");
     EXPECT_EQ(stop->model, ownStop);
-    EXPECT_ASSERTION(LinkModel(stop, "CONDITION_LIST"), "token", 275);
+    EXPECT_EQ(AssertionAt([&] { LinkModel(stop, "CONDITION_LIST"); }), "token:275");
 }
 
 TEST_F(TokenTest, InstancesReadAndWriteNoModelAttributes) {
@@ -146,13 +146,13 @@ TEST_F(TokenTest, ValidityComesFromTheChildrenBeforeTheDisplayText) {
     // A null child or one that is no token ends the process.
     StoreToken holder(ITEM_TASK, "t");
     holder.children.push_back(nullptr);
-    EXPECT_ASSERTION(holder.UpdateValidity(), "token", 221);
-    EXPECT_ASSERTION(holder.UpdateDisplayTextTree(), "token", 193);
-    EXPECT_ASSERTION(ResetMarks(&holder), "token", 364);
+    EXPECT_EQ(AssertionAt([&] { holder.UpdateValidity(); }), "token:221");
+    EXPECT_EQ(AssertionAt([&] { holder.UpdateDisplayTextTree(); }), "token:193");
+    EXPECT_EQ(AssertionAt([&] { ResetMarks(&holder); }), "token:364");
     holder.children.clear();
     holder.AddChild(CreateItem(ITEM_FOLDER, "f", nullptr), nullptr, true);
-    EXPECT_ASSERTION(holder.UpdateValidity(), "token", 222);
-    EXPECT_ASSERTION(ResetMarks(&holder), "token", 365);
+    EXPECT_EQ(AssertionAt([&] { holder.UpdateValidity(); }), "token:222");
+    EXPECT_EQ(AssertionAt([&] { ResetMarks(&holder); }), "token:365");
 }
 
 TEST_F(TokenTest, DuplicateDefinitionsTakeTheSmallestFreeNumber) {

@@ -171,34 +171,30 @@ TEST_F(VariableTest, DisplayTextsAndFillValueHonoursTheCallersTag) {
     entry.UpdateDisplayText();
     EXPECT_EQ(entry.displayText, "2    (left)");
 
-    std::ostringstream log;
-    scenarioLog = &log;
-    variable.name = "12";
-    variable.type = "FLOAT";
-    variable.value = "2.5";
-    ParameterValue number{1}, text{3}, integer{0, 9.0f}, unknownTag{9};
-    variable.FillValue(number);
-    variable.FillValue(text);
-    EXPECT_EQ(number.number, 2.5f);
-    EXPECT_EQ(text.text, "2.5");
-    EXPECT_EQ(log.str(), "");
-    variable.FillValue(integer);
-    EXPECT_EQ(integer.number, 9.0f);
-    EXPECT_EQ(log.str(), "\x03Var 12: types INTEGER and FLOAT are different\n");
-    log.str("");
-    variable.FillValue(unknownTag);
-    EXPECT_EQ(log.str(), "\x03Var 12: types  and FLOAT are different\n");
-
-    log.str("");
-    variable.type = "unknown";
-    ParameterValue none;
-    variable.FillValue(none);
-    EXPECT_EQ(none.number, 0.0f);
-    EXPECT_EQ(none.text, "");
-    EXPECT_EQ(log.str(), "");
-    variable.type = "BOOL";
-    variable.value = "true";
-    ParameterValue flag{2, 5.0f};
-    variable.FillValue(flag);
-    EXPECT_EQ(flag.number, 0.0f);
+    // The value is filled as the caller's tag asks; a tag that differs from
+    // the variable's type is reported and leaves the value as it was.
+    struct Fill {
+        const char *type, *value;
+        ParameterValue in;
+        float number;
+        const char *text, *log;
+    };
+    for (const Fill& f : std::vector<Fill>{
+             {"FLOAT", "2.5", {1}, 2.5f, "", ""},
+             {"FLOAT", "2.5", {3}, 0.0f, "2.5", ""},
+             {"FLOAT", "2.5", {0, 9.0f}, 9.0f, "", "\x03Var 12: types INTEGER and FLOAT are different\n"},
+             {"FLOAT", "2.5", {9}, 0.0f, "", "\x03Var 12: types  and FLOAT are different\n"},
+             {"unknown", "2.5", {}, 0.0f, "", ""},
+             {"BOOL", "true", {2, 5.0f}, 0.0f, "", ""}}) {
+        std::ostringstream log;
+        scenarioLog = &log;
+        variable.name = "12";
+        variable.type = f.type;
+        variable.value = f.value;
+        ParameterValue out = f.in;
+        variable.FillValue(out);
+        EXPECT_EQ(out.number, f.number) << f.type << " " << f.in.tag;
+        EXPECT_EQ(out.text, f.text) << f.type << " " << f.in.tag;
+        EXPECT_EQ(log.str(), f.log) << f.type << " " << f.in.tag;
+    }
 }
