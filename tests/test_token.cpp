@@ -170,16 +170,3 @@ TEST_F(TokenTest, DuplicateDefinitionsTakeTheSmallestFreeNumber) {
     }
     EXPECT_EQ(names, "0 1 speed gear x ");
 }
-
-TEST_F(TokenTest, CloneOfAVariableKeepsItsValuesButNotTheLink) {
-    Folders task;
-    Variable* variable = Add(&task, static_cast<Variable*>(CreateItem(ITEM_VARIABLE, "5", nullptr)));
-    variable->label = "v";
-    variable->value = "3";
-    variable->SetModel(speed);
-    std::unique_ptr<Variable> copied(dynamic_cast<Variable*>(variable->Clone()));
-    ASSERT_NE(copied, nullptr);
-    EXPECT_EQ(copied->model, copied.get());
-    EXPECT_EQ(copied->value + copied->label, "3v");
-    EXPECT_TRUE(copied->valid);
-}

@@ -73,31 +73,29 @@ TEST_F(VariableTest, NumbersAndBoolsConvertExactlyAsLexicalCast) {
         std::snprintf(text, sizeof(text), "%a", number);
         return std::string(text);
     };
-    const std::vector<std::string> keys = {"INTERACTIVE_MIN_VALUE", "INTERACTIVE_MAX_VALUE",
-                                           "INTERACTIVE_STEP_VALUE", "IS_INITIALIZATION_NEEDED_AT_START"};
-    for (const char* text :
-         {"0",        "1",     "-0",     "00",   "001",   "12",       "-12.5",
-          "1e5",      "1E-5",  "2.5e+3", "0.1",  "1e400", "1.",       ".5",
-          "+1",       "01",    "-",      "1e",   "1-",    "e5",       " 1",
-          "1 ",       "0x10",  "inf",    "-INF", "-inf",  "INFINITY", "nan",
-          "NAN",      "1,5",   "",       "true", "2",     "x",        "123456789012345678901234567890",
-          "4.9e-324", "1e-400"}) {
-        for (const std::string& key : keys) {
-            const bool isBool = key[1] == 'S';
+    const std::vector<std::pair<std::string, double Variable::*>> keys = {
+        {"INTERACTIVE_MIN_VALUE", &Variable::interactiveMinValue},
+        {"INTERACTIVE_MAX_VALUE", &Variable::interactiveMaxValue},
+        {"INTERACTIVE_STEP_VALUE", &Variable::interactiveStepValue},
+        {"IS_INITIALIZATION_NEEDED_AT_START", nullptr}};
+    std::istringstream texts(
+        "0|1|-0|00|001|12|-12.5|1e5|1E-5|2.5e+3|0.1|1e400|1.|.5|+1|01|-|1e|1-|e5| 1|1 |0x10|"
+        "inf|-INF|-inf|INFINITY|nan|NAN|1,5||true|2|x|123456789012345678901234567890|"
+        "4.9e-324|1e-400");
+    for (std::string text; std::getline(texts, text, '|');) {
+        for (const auto& [key, field] : keys) {
             std::string expected, actual;
             try {
-                expected = isBool ? std::to_string(boost::lexical_cast<bool>(std::string(text)))
-                                  : exact(boost::lexical_cast<double>(std::string(text)));
+                expected = field ? exact(boost::lexical_cast<double>(text))
+                                 : std::to_string(boost::lexical_cast<bool>(text));
             } catch (const boost::bad_lexical_cast&) {
                 expected = "throws";
             }
             try {
                 auto variable = ParseVariable("\t" + key + "=\"" + text + "\"\n");
                 ASSERT_NE(variable, nullptr);
-                actual = isBool ? std::to_string(variable->isInitializationNeededAtStart)
-                         : key == "INTERACTIVE_MIN_VALUE" ? exact(variable->interactiveMinValue)
-                         : key == "INTERACTIVE_MAX_VALUE" ? exact(variable->interactiveMaxValue)
-                                                          : exact(variable->interactiveStepValue);
+                actual = field ? exact((*variable).*field)
+                               : std::to_string(variable->isInitializationNeededAtStart);
             } catch (const boost::bad_lexical_cast& e) {
                 EXPECT_STREQ(e.what(),
                              "bad lexical cast: source type value could not be interpreted as target");
@@ -147,10 +145,16 @@ TEST_F(VariableTest, CloneCopiesEveryValueAndAnEnumStaysAnEnum) {
     ASSERT_NE(variable, nullptr);
     variable->value = "5";
     variable->spare = "s";
+    // The written form holds name, label, type, value, the interactive settings and category.
+    const std::string saved = SaveText(*variable);
+    // A link to a definition isn't copied: the clone is a definition itself.
+    Variable definition;
+    variable->SetModel(&definition);
     std::unique_ptr<Variable> clone(dynamic_cast<Variable*>(variable->Clone()));
     ASSERT_NE(clone, nullptr);
-    // The written form holds name, label, type, value, the interactive settings and category.
-    EXPECT_EQ(SaveText(*clone), SaveText(*variable));
+    EXPECT_EQ(clone->model, clone.get());
+    EXPECT_TRUE(clone->valid);
+    EXPECT_EQ(SaveText(*clone), saved);
     EXPECT_EQ(clone->value + clone->initialValue + clone->spare, "54s");
 
     auto entry = ParseVariable("\tLABEL=\"left\"\n", "ENUM");
