@@ -130,9 +130,4 @@ TEST_F(Containers, EnumTabFindsEntriesByNameAndShowsNameAndLabel) {
     table->UpdateDisplayTextTree();
     EXPECT_EQ(table->displayText, "A    (B)");
     EXPECT_EQ(table->FindEntry("0")->displayText, "0    (left)");
-
-    Group group;
-    group.label = "G";
-    group.UpdateDisplayText();
-    EXPECT_EQ(group.displayText, "G");
 }

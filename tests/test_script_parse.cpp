@@ -71,18 +71,19 @@ TEST_F(ScriptParse, FailuresPrintTheirMessageAndWriteNothing) {
     const std::string number =
         WriteFile("number.mdl", "TYPEOF VARIABLE (1)\r\n{\r\n\tINTERACTIVE_MIN_VALUE=\"x\"\r\n}\r\n");
     const std::string out = WriteFile("kept.mdl", "kept");
+    const std::string badNumber =
+        "error: bad lexical cast: source type value could not be interpreted as target (code -1)\n";
+    // The root model is read first: one that fails stops the run before the script.
     const std::vector<std::pair<std::string, std::string>> runs = {
         {"'" + bad + "' --root-model '" + kSampleModel + "' --save '" + out + "'",
          bad + " - row 3:\n  LABEL=\"x\"\n"},
         {"'" + folder + "/none.mdl'", "Unable to open file " + folder + "/none.mdl\n"},
-        {"'" + number + "'",
-         "error: bad lexical cast: source type value could not be interpreted as target (code -1)\n"},
-        {"'" + bad + "' --root-model '" + number + "'", ""}};
+        {"'" + number + "'", badNumber},
+        {"'" + bad + "' --root-model '" + number + "'", badNumber}};
     for (const auto& [arguments, message] : runs) {
         ToolRun run = Tavrel("script parse " + arguments);
         EXPECT_EQ(run.status, 1) << arguments;
-        if (!message.empty())
-            EXPECT_EQ(run.output, message);
+        EXPECT_EQ(run.output, message) << arguments;
     }
     EXPECT_EQ(ReadAll(out), "kept");
 }

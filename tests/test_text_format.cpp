@@ -37,7 +37,6 @@ TEST_F(TextFormat, FileOfEveryClassLoadsSavesAndReloadsToTheSameBytes) {
     EXPECT_EQ(scenarioDepth, 0);
     ItemPtr again = Parse(saved, &log);
     ASSERT_NE(again, nullptr) << log.str();
-    EXPECT_EQ(DumpTree(*again), DumpTree(*root));
     EXPECT_EQ(WithCrLf(SaveText(*again)), saved);
 }
 
@@ -165,8 +164,8 @@ TEST_F(TextFormat, HeaderNamesAndKeywords) {
     struct Read {
         std::string text;
         bool ok;
-        uint32_t kind;
-        std::string name;
+        uint32_t kind = ITEM_NONE;
+        std::string name = "";
     };
     const std::string n511(511, 'n');
     for (const Read& r :

@@ -179,26 +179,28 @@ TEST_F(VariableTest, DisplayTextsAndFillValueHonoursTheCallersTag) {
     // the variable's type is reported and leaves the value as it was.
     struct Fill {
         const char *type, *value;
-        ParameterValue in;
-        float number;
+        int32_t tag;
+        float given, number;
         const char *text, *log;
     };
     for (const Fill& f : std::vector<Fill>{
-             {"FLOAT", "2.5", {1}, 2.5f, "", ""},
-             {"FLOAT", "2.5", {3}, 0.0f, "2.5", ""},
-             {"FLOAT", "2.5", {0, 9.0f}, 9.0f, "", "\x03Var 12: types INTEGER and FLOAT are different\n"},
-             {"FLOAT", "2.5", {9}, 0.0f, "", "\x03Var 12: types  and FLOAT are different\n"},
-             {"unknown", "2.5", {}, 0.0f, "", ""},
-             {"BOOL", "true", {2, 5.0f}, 0.0f, "", ""}}) {
+             {"FLOAT", "2.5", 1, 0.0f, 2.5f, "", ""},
+             {"FLOAT", "2.5", 3, 0.0f, 0.0f, "2.5", ""},
+             {"FLOAT", "2.5", 0, 9.0f, 9.0f, "", "\x03Var 12: types INTEGER and FLOAT are different\n"},
+             {"FLOAT", "2.5", 9, 0.0f, 0.0f, "", "\x03Var 12: types  and FLOAT are different\n"},
+             {"unknown", "2.5", ParameterValue().tag, 0.0f, 0.0f, "", ""},
+             {"BOOL", "true", 2, 5.0f, 0.0f, "", ""}}) {
         std::ostringstream log;
         scenarioLog = &log;
         variable.name = "12";
         variable.type = f.type;
         variable.value = f.value;
-        ParameterValue out = f.in;
+        ParameterValue out;
+        out.tag = f.tag;
+        out.number = f.given;
         variable.FillValue(out);
-        EXPECT_EQ(out.number, f.number) << f.type << " " << f.in.tag;
-        EXPECT_EQ(out.text, f.text) << f.type << " " << f.in.tag;
-        EXPECT_EQ(log.str(), f.log) << f.type << " " << f.in.tag;
+        EXPECT_EQ(out.number, f.number) << f.type << " " << f.tag;
+        EXPECT_EQ(out.text, f.text) << f.type << " " << f.tag;
+        EXPECT_EQ(log.str(), f.log) << f.type << " " << f.tag;
     }
 }
