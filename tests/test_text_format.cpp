@@ -62,7 +62,7 @@ TEST_F(TextFormat, WriterPutsAnEmptyLineBeforeHeadersAndTabsForDepth) {
     EXPECT_EQ(Parse("TYPEOF CONFIG\n{\nSTUDENT=\"a b\"\n}\n", &log), nullptr);
 }
 
-TEST_F(TextFormat, SyntaxErrorsAreReportedWithTheirRow) {
+TEST_F(TextFormat, LoadFailuresAreLoggedWithTheirSeverityAndRow) {
     struct Case {
         const char* what;
         std::string text;
@@ -85,13 +85,20 @@ TEST_F(TextFormat, SyntaxErrorsAreReportedWithTheirRow) {
         {"second label of a folder", "TYPEOF FOLDER (a)\n{\n\tLABEL=\"x\"\n\tLABEL=\"y\"\n}\n", 4,
          "LABEL=\"y\""},
     };
-    for (const Case& c : cases) {
-        const std::string path = WriteFile("bad.mdl", WithCrLf(c.text));
+    auto failure = [](const std::string& path) {
         std::ostringstream log;
-        EXPECT_EQ(ItemPtr(LoadScenarioFile(path.c_str(), &log, false)), nullptr) << c.what;
-        EXPECT_EQ(log.str(), "\x04" + path + " - row " + std::to_string(c.row) + ":\n" + c.rest + "\n")
+        EXPECT_EQ(ItemPtr(LoadScenarioFile(path.c_str(), &log, false)), nullptr) << path;
+        return log.str();
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(failure(WriteFile("bad.mdl", WithCrLf(c.text))),
+                  "\x04" + folder + "/bad.mdl - row " + std::to_string(c.row) + ":\n" + c.rest + "\n")
             << c.what;
-    }
+    // A file that doesn't open, or is empty, is reported with its own severity.
+    const std::string missing = folder + "/missing.mdl", empty = WriteFile("empty.mdl", "");
+    EXPECT_EQ(failure(missing), "\x01Unable to open file " + missing + "\n");
+    EXPECT_EQ(failure(folder), "\x01Unable to open file " + folder + "\n");
+    EXPECT_EQ(failure(empty), std::string(1, '\x03') + "File " + empty + " is empty.\n");
 
     // An error deep down unwinds and leaves nothing behind in the parent.
     Folders parent;
@@ -101,20 +108,6 @@ TEST_F(TextFormat, SyntaxErrorsAreReportedWithTheirRow) {
     EXPECT_EQ(LoadScenarioText(stream, &parent, nullptr, &log, false), nullptr);
     EXPECT_TRUE(parent.children.empty());
     EXPECT_EQ(stream.line, 5u);
-}
-
-TEST_F(TextFormat, FilesThatDoNotOpenOrAreEmptyAreReportedWithTheirSeverity) {
-    const std::string missing = folder + "/missing.mdl", empty = WriteFile("empty.mdl", "");
-    for (const auto& [path, message] : std::vector<std::pair<std::string, std::string>>{
-             {missing, "\x01Unable to open file " + missing + "\n"},
-             {folder, "\x01Unable to open file " + folder + "\n"},
-             {empty, "\x03"
-                     "File " +
-                         empty + " is empty.\n"}}) {
-        std::ostringstream log;
-        EXPECT_EQ(ItemPtr(LoadScenarioFile(path.c_str(), &log, false)), nullptr);
-        EXPECT_EQ(log.str(), message);
-    }
 }
 
 TEST_F(TextFormat, BackslashPathsAndLongPathsOpen) {
