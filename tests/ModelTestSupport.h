@@ -17,18 +17,24 @@
 
 namespace modeltest {
 
+/// What AssertAbort throws while AssertionAt runs: "source:line".
+struct AssertionRaised {
+    std::string where;
+};
+
 /// Runs `body` with AssertAbort made to throw, and returns where the assertion
 /// it raised stands ("source:line"), or "none". Other exceptions pass through.
 template <typename Body> std::string AssertionAt(Body body) {
     struct Trap {
-        AssertAbortHandler former = SetAssertAbortHandler(
-            [](const char* source, int line) { throw std::string(source) + ":" + std::to_string(line); });
+        AssertAbortHandler former = SetAssertAbortHandler([](const char* source, int line) {
+            throw AssertionRaised{std::string(source) + ":" + std::to_string(line)};
+        });
         ~Trap() { SetAssertAbortHandler(former); }
     } trap;
     try {
         body();
-    } catch (const std::string& where) {
-        return where;
+    } catch (const AssertionRaised& raised) {
+        return raised.where;
     }
     return "none";
 }
