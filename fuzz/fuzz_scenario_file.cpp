@@ -1,16 +1,11 @@
 // Fuzz target of the scenario file reader: any bytes must load or fail with a
 // message, never crash; and whatever loads must save and load again to the
 // same file.
+#include "FuzzReplay.h"
+
 #include <environment/SheetCfg/CfgScenario.h>
 
-#include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iostream>
-#include <string>
-#include <vector>
 
 #include <unistd.h>
 
@@ -18,17 +13,23 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const fs::path& workFolder() {
-    static const fs::path folder = [] {
+// The folder of the files of each run, removed when the process ends.
+struct WorkFolder {
+    WorkFolder() {
         // Saving syncs to disk; a memory file system keeps the runs fast.
         const fs::path base = fs::is_directory("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
         std::string pattern = (base / "fuzz-scenario-XXXXXX").string();
         if (!::mkdtemp(&pattern[0]))
             std::abort();
-        return fs::path(pattern);
-    }();
-    return folder;
-}
+        path = pattern;
+    }
+    ~WorkFolder() {
+        std::error_code ignored;
+        fs::remove_all(path, ignored);
+    }
+    std::string file(const char* name) const { return (path / name).string(); }
+    fs::path path;
+};
 
 std::string readAll(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
@@ -42,13 +43,11 @@ bool load(cfg::CfgScenario& scenario, const std::string& path) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string input = (workFolder() / "input.sce").string();
-    const std::string first = (workFolder() / "first.sce").string();
-    const std::string second = (workFolder() / "second.sce").string();
-    {
-        std::ofstream out(input, std::ios::binary | std::ios::trunc);
-        out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-    }
+    static const WorkFolder work;
+    const std::string input = work.file("input.sce"), first = work.file("first.sce"),
+                      second = work.file("second.sce");
+    std::ofstream(input, std::ios::binary | std::ios::trunc)
+        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     cfg::CfgScenario scenario;
     if (!load(scenario, input)) {
         if (scenario.errorMessage.compare(0, input.size() + 1, input + ":") != 0)
@@ -66,27 +65,3 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     return 0;
 }
-
-#ifdef TAVREL_FUZZ_REPLAY
-// Without libFuzzer: runs each file given, or each file of each folder given.
-int main(int argc, char** argv) {
-    size_t count = 0;
-    for (int i = 1; i < argc; ++i) {
-        std::vector<fs::path> files;
-        if (fs::is_directory(argv[i])) {
-            for (const auto& entry : fs::recursive_directory_iterator(argv[i]))
-                if (entry.is_regular_file())
-                    files.push_back(entry.path());
-        } else
-            files.push_back(argv[i]);
-        for (const fs::path& file : files) {
-            const std::string bytes = readAll(file.string());
-            LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-            ++count;
-        }
-    }
-    fs::remove_all(workFolder());
-    std::cout << "replayed " << count << " input(s)\n";
-    return 0;
-}
-#endif

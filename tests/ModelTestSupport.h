@@ -1,15 +1,15 @@
 #pragma once
 
 // Helpers shared by the tests of the item model: observing assertions, reading
-// text, writing an item, and a fresh temporary folder.
+// and writing items, and a fixture that resets the model's globals.
 
 #include <scenario/ScenarioModel.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -17,60 +17,29 @@
 
 namespace modeltest {
 
-/// What the throwing assertion handler raises.
-struct AssertionSeen {
-    std::string source;
-    int line;
+/// What AssertAbort throws while AssertionAt runs: "source:line".
+struct AssertionRaised {
+    std::string where;
 };
 
-inline void ThrowOnAssertion(const char* source, int line) {
-    throw AssertionSeen{source, line};
-}
-
-/// Makes AssertAbort throw AssertionSeen for the life of the object.
-class AssertionTrap {
-public:
-    AssertionTrap() : former(SetAssertAbortHandler(ThrowOnAssertion)) {}
-    ~AssertionTrap() { SetAssertAbortHandler(former); }
-
-private:
-    AssertAbortHandler former;
-};
-
-/// Runs `body` and returns the assertion it raised, or {"", -1} when none.
-template <typename Body> AssertionSeen AssertionOf(Body body) {
-    AssertionTrap trap;
+/// Runs `body` with AssertAbort made to throw, and returns where the assertion
+/// it raised stands ("source:line"), or "none". Other exceptions pass through.
+template <typename Body> std::string AssertionAt(Body body) {
+    struct Trap {
+        AssertAbortHandler former = SetAssertAbortHandler([](const char* source, int line) {
+            throw AssertionRaised{std::string(source) + ":" + std::to_string(line)};
+        });
+        ~Trap() { SetAssertAbortHandler(former); }
+    } trap;
     try {
         body();
-    } catch (const AssertionSeen& seen) {
-        return seen;
+    } catch (const AssertionRaised& raised) {
+        return raised.where;
     }
-    return AssertionSeen{"", -1};
+    return "none";
 }
-
-#define EXPECT_ASSERTION(statement, expectedSource, expectedLine)                                            \
-    do {                                                                                                     \
-        ::modeltest::AssertionSeen seen_ = ::modeltest::AssertionOf([&] { statement; });                     \
-        EXPECT_EQ(seen_.source, expectedSource);                                                             \
-        EXPECT_EQ(seen_.line, expectedLine);                                                                 \
-    } while (0)
 
 using ItemPtr = std::unique_ptr<ScenarioItem>;
-
-/// Reads one item from text (the NUL counted, as a file is), logging to `log`.
-inline ItemPtr Parse(const std::string& text, std::ostream* log = nullptr, bool headerOnly = false) {
-    ScenarioTextStream stream(text.c_str(), text.size() + 1);
-    ItemLoadContext context;
-    return ItemPtr(LoadScenarioText(stream, nullptr, &context, log, headerOnly));
-}
-
-/// The text that Save writes for the item at depth 0.
-inline std::string SaveText(ScenarioItem& item) {
-    std::ostringstream out;
-    scenarioDepth = 0;
-    item.Save(out);
-    return out.str();
-}
 
 /// Bare line feeds made into CR LF, as a stream opened in text mode on the
 /// installation's home system writes them.
@@ -84,24 +53,62 @@ inline std::string WithCrLf(const std::string& text) {
     return result;
 }
 
+/// Reads one item from text (the NUL counted, as a file is), logging to `log`;
+/// null when it fails or is not a T.
+template <typename T = ScenarioItem>
+std::unique_ptr<T> Parse(const std::string& text, std::ostream* log = nullptr, bool headerOnly = false) {
+    ScenarioTextStream stream(text.c_str(), text.size() + 1);
+    ItemLoadContext context;
+    ItemPtr item(LoadScenarioText(stream, nullptr, &context, log, headerOnly));
+    T* typed = dynamic_cast<T*>(item.get());
+    if (typed)
+        item.release();
+    return std::unique_ptr<T>(typed);
+}
+
+/// Parse of one block "TYPEOF header" holding `body`, both written with bare
+/// line feeds.
+template <typename T = ScenarioItem>
+std::unique_ptr<T> ParseBlock(const std::string& header, const std::string& body) {
+    return Parse<T>(WithCrLf("TYPEOF " + header + "\n{\n" + body + "}\n"));
+}
+
+/// The text that Save writes for the item at depth 0.
+inline std::string SaveText(ScenarioItem& item) {
+    std::ostringstream out;
+    scenarioDepth = 0;
+    item.Save(out);
+    return out.str();
+}
+
 /// One line per item: depth, kind keyword, name and label.
-inline void DumpTree(const ScenarioItem& item, std::string& out, int depth = 0) {
-    out += std::string(static_cast<size_t>(depth), ' ') + KindKeyword(item.kind) + " (" + item.name + ") " +
-           item.label + "\n";
+inline std::string DumpTree(const ScenarioItem& item, int depth = 0) {
+    std::string out = std::string(static_cast<size_t>(depth), ' ') + KindKeyword(item.kind) + " (" +
+                      item.name + ") " + item.label + "\n";
     std::vector<ScenarioItem*> children;
     item.GetChildren(children);
     for (ScenarioItem* child : children)
-        DumpTree(*child, out, depth + 1);
-}
-
-inline std::string DumpTree(const ScenarioItem& item) {
-    std::string out;
-    DumpTree(item, out);
+        out += DumpTree(*child, depth + 1);
     return out;
 }
 
+inline std::string ReadAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+/// Puts the model's globals back after each test, so that none leaks into the next.
+class ModelTest : public ::testing::Test {
+protected:
+    void TearDown() override {
+        scenarioRootModel = nullptr;
+        scenarioLog = nullptr;
+        scenarioDepth = 0;
+    }
+};
+
 /// A fresh folder under the system's temporary folder, removed at the end.
-class TempFolder : public ::testing::Test {
+class TempFolder : public ModelTest {
 protected:
     void SetUp() override {
         std::string pattern = ::testing::TempDir() + "tavrel_model_XXXXXX";
@@ -112,12 +119,12 @@ protected:
     void TearDown() override {
         std::error_code ignored;
         std::filesystem::remove_all(folder, ignored);
+        ModelTest::TearDown();
     }
     /// Writes `content` to `name` in the folder and returns the full path.
     std::string WriteFile(const std::string& name, const std::string& content) {
         std::string path = folder + "/" + name;
-        std::ofstream out(path, std::ios::binary);
-        out << content;
+        std::ofstream(path, std::ios::binary) << content;
         return path;
     }
 

@@ -35,60 +35,49 @@ public:
     std::vector<ScenarioItem*> children;
 };
 
+template <typename T> T* Add(ScenarioItem* parent, T* child) {
+    parent->AddChild(child, nullptr, true);
+    return child;
+}
 Folders* AddFolder(ScenarioItem* parent, const std::string& name) {
-    ScenarioItem* folder = CreateItem(ITEM_FOLDER, name, nullptr);
-    parent->AddChild(folder, nullptr, true);
-    return static_cast<Folders*>(folder);
+    return Add(parent, static_cast<Folders*>(CreateItem(ITEM_FOLDER, name, nullptr)));
 }
-
 StoreToken* AddToken(ScenarioItem* parent, uint32_t kind, const std::string& name) {
-    StoreToken* token = new StoreToken(kind, name);
-    parent->AddChild(token, nullptr, true);
-    return token;
+    return Add(parent, new StoreToken(kind, name));
 }
 
-class TokenTest : public ::testing::Test {
+// A root model with a parameter list (one entry in a sub-folder) and an action list.
+class TokenTest : public ModelTest {
 protected:
     void SetUp() override {
         root.reset(CreateItem(ITEM_FOLDER, "MODEL", nullptr));
         parameters = AddFolder(root.get(), "PARAMETER_LIST");
-        Folders* actions = AddFolder(root.get(), "ACTION_LIST");
         speed = AddToken(parameters, ITEM_PARAMETER, "speed");
         nested = AddToken(AddFolder(parameters, "More"), ITEM_PARAMETER, "gear");
-        brake = AddToken(actions, ITEM_ACTION, "Brake");
+        brake = AddToken(AddFolder(root.get(), "ACTION_LIST"), ITEM_ACTION, "Brake");
         scenarioRootModel = static_cast<Folders*>(root.get());
-    }
-    void TearDown() override {
-        scenarioRootModel = nullptr;
-        scenarioDepth = 0;
     }
 
     ItemPtr root;
     Folders* parameters = nullptr;
-    StoreToken* speed = nullptr;
-    StoreToken* nested = nullptr;
-    StoreToken* brake = nullptr;
+    StoreToken *speed = nullptr, *nested = nullptr, *brake = nullptr;
 };
 
 } // namespace
 
-TEST_F(TokenTest, DefinitionsAreTheItemsOfTheListFolders) {
+TEST_F(TokenTest, DefinitionsLinkToThemselvesAndInstancesByNameToTheRootModel) {
     LinkModel(speed, "PARAMETER_LIST");
     EXPECT_EQ(speed->model, speed);
-    // An item in a sub-folder finds itself by name and so is a definition too.
-    nested->SetModel(nullptr);
-    LinkModel(nested, "PARAMETER_LIST");
-    EXPECT_EQ(nested->model, nested);
-    // Even inside a script, an item of a folder of that name is a definition.
+    // An item in a sub-folder finds itself by name and so is a definition too;
+    // so is an item of a folder of that name inside a script.
     Folders script;
     StoreToken* local = AddToken(AddFolder(&script, "PARAMETER_LIST"), ITEM_PARAMETER, "local");
-    local->SetModel(nullptr);
-    LinkModel(local, "PARAMETER_LIST");
-    EXPECT_EQ(local->model, local);
-}
+    for (StoreToken* definition : {nested, local}) {
+        definition->SetModel(nullptr);
+        LinkModel(definition, "PARAMETER_LIST");
+        EXPECT_EQ(definition->model, definition);
+    }
 
-TEST_F(TokenTest, InstancesLinkByNameToTheRootModel) {
-    Folders script;
     StoreToken* action = AddToken(&script, ITEM_ACTION, "Brake");
     StoreToken* argument = AddToken(action, ITEM_PARAMETER, "speed");
     StoreToken* otherwise = AddToken(&script, ITEM_ELSE_ACTION, "Brake");
@@ -104,13 +93,11 @@ TEST_F(TokenTest, InstancesLinkByNameToTheRootModel) {
 
     // Without a root model the tree's own root serves.
     scenarioRootModel = nullptr;
-    Folders* ownList = AddFolder(&script, "ACTION_LIST");
-    StoreToken* ownBrake = AddToken(ownList, ITEM_ACTION, "Stop");
+    StoreToken* ownStop = AddToken(AddFolder(&script, "ACTION_LIST"), ITEM_ACTION, "Stop");
     StoreToken* stop = AddToken(&script, ITEM_ACTION, "Stop");
     LinkModel(stop, "ACTION_LIST");
-    EXPECT_EQ(stop->model, ownBrake);
-
-    EXPECT_ASSERTION(LinkModel(stop, "CONDITION_LIST"), "token", 275);
+    EXPECT_EQ(stop->model, ownStop);
+    EXPECT_EQ(AssertionAt([&] { LinkModel(stop, "CONDITION_LIST"); }), "token:275");
 }
 
 TEST_F(TokenTest, InstancesReadAndWriteNoModelAttributes) {
@@ -156,52 +143,30 @@ TEST_F(TokenTest, ValidityComesFromTheChildrenBeforeTheDisplayText) {
     EXPECT_FALSE(action.IsValid());
     EXPECT_EQ(action.displayText, "a!");
 
+    // A null child or one that is no token ends the process.
     StoreToken holder(ITEM_TASK, "t");
     holder.children.push_back(nullptr);
-    EXPECT_ASSERTION(holder.UpdateValidity(), "token", 221);
-    EXPECT_ASSERTION(holder.UpdateDisplayTextTree(), "token", 193);
-    EXPECT_ASSERTION(ResetMarks(&holder), "token", 364);
+    EXPECT_EQ(AssertionAt([&] { holder.UpdateValidity(); }), "token:221");
+    EXPECT_EQ(AssertionAt([&] { holder.UpdateDisplayTextTree(); }), "token:193");
+    EXPECT_EQ(AssertionAt([&] { ResetMarks(&holder); }), "token:364");
     holder.children.clear();
     holder.AddChild(CreateItem(ITEM_FOLDER, "f", nullptr), nullptr, true);
-    EXPECT_ASSERTION(holder.UpdateValidity(), "token", 222);
-    EXPECT_ASSERTION(ResetMarks(&holder), "token", 365);
+    EXPECT_EQ(AssertionAt([&] { holder.UpdateValidity(); }), "token:222");
+    EXPECT_EQ(AssertionAt([&] { ResetMarks(&holder); }), "token:365");
 }
 
 TEST_F(TokenTest, DuplicateDefinitionsTakeTheSmallestFreeNumber) {
     StoreToken* second = AddToken(parameters, ITEM_PARAMETER, "speed");
     StoreToken* third = AddToken(parameters, ITEM_PARAMETER, "speed");
     AddToken(parameters, ITEM_PARAMETER, "1x");
-    second->MakeUniqueName();
-    EXPECT_EQ(second->name, "0");
-    third->MakeUniqueName();
-    EXPECT_EQ(third->name, "1");
-    speed->MakeUniqueName();
-    EXPECT_EQ(speed->name, "speed");
-
-    // An instance keeps its name, whatever the duplicates.
+    // An instance keeps its name, whatever the duplicates; so does a lone token.
     StoreToken* instance = AddToken(parameters, ITEM_PARAMETER, "gear");
     instance->SetModel(nested);
-    instance->MakeUniqueName();
-    EXPECT_EQ(instance->name, "gear");
-
     StoreToken alone(ITEM_PARAMETER, "x");
-    alone.MakeUniqueName();
-    EXPECT_EQ(alone.name, "x");
-}
-
-TEST_F(TokenTest, CloneOfAVariableKeepsItsValuesButNotTheLink) {
-    Folders task;
-    ScenarioItem* original = CreateItem(ITEM_VARIABLE, "5", nullptr);
-    task.AddChild(original, nullptr, true);
-    Variable* variable = static_cast<Variable*>(original);
-    variable->label = "v";
-    variable->value = "3";
-    variable->SetModel(speed);
-    ItemPtr copy(variable->Clone());
-    Variable* copied = dynamic_cast<Variable*>(copy.get());
-    ASSERT_NE(copied, nullptr);
-    EXPECT_EQ(copied->model, copied);
-    EXPECT_EQ(copied->value, "3");
-    EXPECT_EQ(copied->label, "v");
-    EXPECT_TRUE(copied->valid);
+    std::string names;
+    for (StoreToken* token : {second, third, speed, instance, &alone}) {
+        token->MakeUniqueName();
+        names += token->name + " ";
+    }
+    EXPECT_EQ(names, "0 1 speed gear x ");
 }

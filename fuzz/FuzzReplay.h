@@ -1,0 +1,36 @@
+#pragma once
+
+// Without libFuzzer a fuzzer gets this main instead: it runs each file given,
+// or each file under each folder given, so that a crashing input found
+// elsewhere can be replayed with any compiler.
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <string>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+#ifdef TAVREL_FUZZ_REPLAY
+int main(int argc, char** argv) {
+    namespace fs = std::filesystem;
+    size_t count = 0;
+    auto run = [&count](const fs::path& path) {
+        std::ifstream in(path, std::ios::binary);
+        const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+        ++count;
+    };
+    for (int i = 1; i < argc; ++i) {
+        if (!fs::is_directory(argv[i]))
+            run(argv[i]);
+        else
+            for (const auto& entry : fs::recursive_directory_iterator(argv[i]))
+                if (entry.is_regular_file())
+                    run(entry.path());
+    }
+    std::cout << "replayed " << count << " input(s)" << std::endl;
+    return 0;
+}
+#endif
