@@ -27,7 +27,7 @@ class EntryPool {
 public:
     explicit EntryPool(size_t size)
         : blockSize(roundUp(std::max(size, sizeof(Block)))),
-          blocksPerSlab((slabBytes - roundUp(sizeof(Slab))) / blockSize) {}
+          blocksPerSlab((slabBytes - headerBytes) / blockSize) {}
 
     void* allocate() {
         if (!open)
@@ -72,8 +72,11 @@ private:
         Slab* next = nullptr;
         size_t used = 0;
         size_t handedOut = 0; // blocks ever handed out, from the start of the slab
-        unsigned char* blocks() { return reinterpret_cast<unsigned char*>(this) + roundUp(sizeof(Slab)); }
+        unsigned char* blocks() { return reinterpret_cast<unsigned char*>(this) + headerBytes; }
     };
+    // Blocks start on a cache line: an entry of 64 bytes then takes one line.
+    static constexpr size_t headerBytes = 64;
+    static_assert(sizeof(Slab) <= headerBytes, "the head of a slab fits before its blocks");
 
     // 32 KB: a slab and its alignment stay below the size at which the C
     // library maps memory of its own for each request.
@@ -231,14 +234,18 @@ struct Section::Parameter {
         bool boolValue;
         float floatValue;
         alignas(std::string) unsigned char text[sizeof(std::string)];
+        void* field; // of a declared parameter
     };
 
     // `literal`: the names are texts that stay at their address (a class's declarations).
     Parameter(std::string_view cname, std::string_view verbose, bool literal, t_ParameterType type,
               lmk::t_unit unit, void* field)
-        : type(type), unit(unit), field(field) {
-        // Start the life of the member that this type uses.
-        if (ownsText())
+        : typeCode(static_cast<std::uint8_t>(type)), declared(field != nullptr),
+          unitCode(static_cast<std::uint16_t>(unit)) {
+        // Start the life of the member that this entry uses.
+        if (declared)
+            value.field = field;
+        else if (ownsText())
             new (value.text) std::string();
         else if (type == ParameterBool)
             value.boolValue = false;
@@ -265,7 +272,9 @@ struct Section::Parameter {
     Parameter(const Parameter&) = delete;
     Parameter& operator=(const Parameter&) = delete;
 
-    bool ownsText() const { return !field && holdsString(type); }
+    t_ParameterType type() const { return static_cast<t_ParameterType>(typeCode); }
+    lmk::t_unit unit() const { return static_cast<lmk::t_unit>(unitCode); }
+    bool ownsText() const { return !declared && holdsString(type()); }
     std::string& text() { return *std::launder(reinterpret_cast<std::string*>(value.text)); }
 
     Extras& extra() {
@@ -279,9 +288,11 @@ struct Section::Parameter {
 
     const std::string* cname = &noName;
     const std::string* verbose = &noName;
-    t_ParameterType type;
-    lmk::t_unit unit;
-    void* field; // set for declared parameters only
+    // Type and unit are kept narrow and the field of a declared parameter
+    // shares the storage of the value, so that an entry fits a cache line.
+    std::uint8_t typeCode;
+    bool declared;
+    std::uint16_t unitCode;
     Value value;
     std::unique_ptr<Extras> extras;
 
@@ -312,53 +323,53 @@ const std::string& Section::ParameterIterator::getVerboseName() const {
 }
 
 Section::t_ParameterType Section::ParameterIterator::getType() const {
-    return entry().type;
+    return entry().type();
 }
 
 lmk::t_unit Section::ParameterIterator::getUnit() const {
-    return entry().unit;
+    return entry().unit();
 }
 
 int& Section::ParameterIterator::getInt() const {
     Parameter& p = entry();
-    if (p.type != ParameterInt)
+    if (p.type() != ParameterInt)
         return p.extra().intValue;
-    return p.field ? *static_cast<int*>(p.field) : p.value.intValue;
+    return p.declared ? *static_cast<int*>(p.value.field) : p.value.intValue;
 }
 
 double& Section::ParameterIterator::getDouble() const {
     Parameter& p = entry();
-    if (p.type != ParameterReal)
+    if (p.type() != ParameterReal)
         return p.extra().doubleValue;
-    return p.field ? *static_cast<double*>(p.field) : p.value.doubleValue;
+    return p.declared ? *static_cast<double*>(p.value.field) : p.value.doubleValue;
 }
 
 bool& Section::ParameterIterator::getBool() const {
     Parameter& p = entry();
-    if (p.type != ParameterBool)
+    if (p.type() != ParameterBool)
         return p.extra().boolValue;
-    return p.field ? *static_cast<bool*>(p.field) : p.value.boolValue;
+    return p.declared ? *static_cast<bool*>(p.value.field) : p.value.boolValue;
 }
 
 std::string& Section::ParameterIterator::getString() const {
     Parameter& p = entry();
-    if (!holdsString(p.type))
+    if (!holdsString(p.type()))
         return p.extra().stringValue;
-    return p.field ? *static_cast<std::string*>(p.field) : p.text();
+    return p.declared ? *static_cast<std::string*>(p.value.field) : p.text();
 }
 
 float& Section::ParameterIterator::getFloat() const {
     Parameter& p = entry();
-    if (p.type != ParameterFloat)
+    if (p.type() != ParameterFloat)
         return p.extra().floatValue;
-    return p.field ? *static_cast<float*>(p.field) : p.value.floatValue;
+    return p.declared ? *static_cast<float*>(p.value.field) : p.value.floatValue;
 }
 
 lmk::Vector3& Section::ParameterIterator::getVector() const {
     Parameter& p = entry();
-    if (p.type != ParameterVector)
+    if (p.type() != ParameterVector)
         return p.extra().vectorValue;
-    return p.field ? *static_cast<lmk::Vector3*>(p.field) : p.value.vectorValue;
+    return p.declared ? *static_cast<lmk::Vector3*>(p.value.field) : p.value.vectorValue;
 }
 
 std::string& Section::ParameterIterator::getOptions() const {
@@ -465,7 +476,7 @@ Section::ParameterIterator Section::addParameter(const char* cname, t_ParameterT
 }
 
 bool Section::isDeclared(const ParameterIterator& it) const {
-    return it.section == this && it.index < parameters.size() && parameters[it.index]->field != nullptr;
+    return it.section == this && it.index < parameters.size() && parameters[it.index]->declared;
 }
 
 void Section::declare(const char* cname, const char* verbose, t_ParameterType type, lmk::t_unit unit,
