@@ -181,6 +181,32 @@ TEST_F(CfgScenarioTest, ScriptTextInAFileKeepsItsLineEnds) {
     EXPECT_EQ(scenario.getRootSection()->findParameter("p").getInt(), 4);
 }
 
+TEST_F(CfgScenarioTest, TextSplitByCdataOrElementsIsJoinedInOrder) {
+    const std::string path = t.write(
+        "pieces.sce", "<Scenario>\n"
+                      "  <ScenarioScript name=\"s\">x &amp; <![CDATA[<y>]]> z<![CDATA[]]>!</ScenarioScript>\n"
+                      "  <Parameter name=\"p\" type=\"string\">a<![CDATA[<b>]]>c</Parameter>\n"
+                      "  <Parameter name=\"q\" type=\"real\"><![CDATA[ 1.5]]> </Parameter>\n"
+                      "  <Parameter name=\"blank\" type=\"string\">  </Parameter>\n"
+                      "</Scenario>\n");
+    cfg::CfgScenario scenario;
+    ASSERT_TRUE(load(scenario, path)) << scenario.errorMessage;
+    cfg::Section* root = scenario.getRootSection();
+    auto* script = dynamic_cast<cfg::ScenarioScript*>(root->getSubSection("ScenarioScript"));
+    ASSERT_NE(script, nullptr);
+    EXPECT_EQ(script->text, "x & <y> z!");
+    EXPECT_EQ(root->findParameter("p").getString(), "a<b>c");
+    EXPECT_EQ(root->findParameter("q").getDouble(), 1.5);
+    EXPECT_EQ(root->findParameter("blank").getString(), "  ");
+
+    // Text after a child element is placed where it stands, as text before one is.
+    EXPECT_EQ(loadError("<Scenario>\n  <Driver><Parameter name=\"p\" type=\"int\">1</Parameter>Bob</Driver>"
+                        "\n</Scenario>"),
+              "2:55: unexpected text in 'Driver'");
+    EXPECT_EQ(loadError("<Scenario>\n<Parameter name=\"x\" type=\"int\">1<Vehicle/></Parameter></Scenario>"),
+              "2:33: unexpected element 'Vehicle' in 'Parameter'");
+}
+
 TEST_F(CfgScenarioTest, EveryLoadErrorNamesPathLineAndColumn) {
     const struct {
         const char* bytes;

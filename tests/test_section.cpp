@@ -2,8 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 namespace {
 
@@ -103,6 +108,56 @@ TEST(Section, SubSectionsAreOrderedNamedAndTyped) {
     root.removeSubSection(&stranger); // not a sub-section: nothing happens
     EXPECT_EQ(root.getSubSectionCount(), 1u);
     EXPECT_EQ(root.getSubSection(size_t(0)), made);
+}
+
+// Sections and entries come from shared slabs: many trees built, partly
+// destroyed and rebuilt in another order keep every value, and a destroyed
+// tree gives its memory back.
+TEST(Section, LargeTreesKeepTheirValuesAndGiveTheirMemoryBack) {
+#ifdef __GLIBC__
+    const size_t before = mallinfo2().uordblks;
+#endif
+    auto build = [](int seed) {
+        auto root = std::make_unique<cfg::Scenario>();
+        for (int i = 0; i < 2000; ++i) {
+            cfg::Section* vehicle = root->createSubSection(cfg::Vehicle::sectionName());
+            static_cast<cfg::Vehicle*>(vehicle)->id = seed + i;
+            for (int p = 0; p < 10; ++p)
+                vehicle->addParameter("p" + std::to_string(p), cfg::ParameterInt, lmk::U_NONE).getInt() =
+                    seed + i * 10 + p;
+            vehicle->addParameter("s", cfg::ParameterString, lmk::U_NONE).getString() =
+                "a value too long to be kept in place " + std::to_string(seed + i);
+        }
+        return root;
+    };
+    auto check = [](cfg::Section& root, int seed) {
+        ASSERT_EQ(root.getSubSectionCount(), 2000u);
+        for (int i = 0; i < 2000; ++i) {
+            auto* vehicle = static_cast<cfg::Vehicle*>(root.getSubSection(size_t(i)));
+            ASSERT_EQ(vehicle->id, seed + i);
+            ASSERT_EQ(vehicle->findParameter("p7").getInt(), seed + i * 10 + 7);
+            ASSERT_EQ(vehicle->findParameter("s").getString(),
+                      "a value too long to be kept in place " + std::to_string(seed + i));
+        }
+    };
+    {
+        auto first = build(0);
+        auto second = build(100000);
+        // Every other vehicle of the first tree goes, and a third tree fills the gaps.
+        for (size_t i = first->getSubSectionCount(); i-- > 0;)
+            if (i % 2 == 1)
+                first->removeSubSection(first->getSubSection(i));
+        auto third = build(200000);
+        check(*second, 100000);
+        check(*third, 200000);
+        for (size_t i = 0; i < first->getSubSectionCount(); ++i)
+            EXPECT_EQ(static_cast<cfg::Vehicle*>(first->getSubSection(i))->id, static_cast<int>(2 * i));
+    }
+#ifdef __GLIBC__
+    // Some 7 MB were in use; what stays is at most a spare slab or so per size.
+    const size_t after = mallinfo2().uordblks;
+    EXPECT_LT(after, before + 512 * 1024);
+#endif
 }
 
 TEST(Section, CreateKnowsEveryFileClass) {

@@ -40,8 +40,12 @@ const int maximumDepth = 512;
 
 // Keep CDATA and decode entities, but do not normalise line ends or attribute
 // whitespace: script text must come back byte for byte. A lone whitespace text
-// (a string parameter of blanks) is kept too.
-const unsigned int parseOptions = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_ws_pcdata_single;
+// (a string parameter of blanks) is kept too. The first text of an element,
+// when no child comes before it, is held as the element's value rather than as
+// a node of its own: every parameter of a file carries its value that way,
+// which spares the parser a node and the reader a step per parameter.
+const unsigned int parseOptions =
+    pugi::parse_cdata | pugi::parse_escapes | pugi::parse_ws_pcdata_single | pugi::parse_embed_pcdata;
 
 struct TypeName {
     t_ParameterType type;
@@ -302,6 +306,9 @@ public:
                 return fail(value, badValue(value, it));
         }
         ScenarioScript* script = scriptOf(section);
+        // Text that comes before any child element is the element's value.
+        if (!readText(node.value(), false, section, script))
+            return false;
         for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
             const pugi::xml_node_type type = child.type();
             if (type == pugi::node_element) {
@@ -312,18 +319,24 @@ public:
                 } else if (!readSection(child, *section.createSubSection(name), depth + 1))
                     return false;
             } else if (type == pugi::node_pcdata || type == pugi::node_cdata) {
-                const char* text = child.value();
-                if (type == pugi::node_pcdata && isBlankText(text))
-                    continue; // layout between elements
-                if (!script)
-                    return fail(text, "unexpected text in " + quoted(section.getName()));
-                script->text += text;
+                if (!readText(child.value(), type == pugi::node_cdata, section, script))
+                    return false;
             }
         }
         return true;
     }
 
 private:
+    // Text directly in a section: script text, or layout between elements.
+    bool readText(const char* text, bool cdata, Section& section, ScenarioScript* script) {
+        if (!cdata && isBlankText(text))
+            return true;
+        if (!script)
+            return fail(text, "unexpected text in " + quoted(section.getName()));
+        script->text += text;
+        return true;
+    }
+
     static std::string badValue(const char* text, const Section::ParameterIterator& it) {
         return quoted(text) + " is not a valid " + typeText(it.getType()) + " value for " +
                quoted(it.getCName().c_str());
@@ -368,7 +381,7 @@ private:
         t_ParameterType parameterType = ParameterString;
         if (!typeFromText(type, parameterType))
             return fail(type, "unknown parameter type " + quoted(type));
-        const lmk::t_unit parameterUnit = unit ? lmk::toTUnit(unit) : lmk::U_NONE;
+        const lmk::t_unit parameterUnit = unit ? unitOf(unit) : lmk::U_NONE;
         if (parameterUnit == lmk::U_NONE && unit && *unit)
             return fail(unit, "unknown unit " + quoted(unit));
         if (options && parameterType != ParameterChoice)
@@ -377,12 +390,12 @@ private:
             return fail(name,
                         "parameter " + quoted(name) + " is defined twice in " + quoted(section.getName()));
 
-        // The value is usually one piece of text, used where it stands; pieces
-        // split by CDATA sections are joined.
-        const char* value = "";
-        const char* valueAt = at(node);
+        // The value is usually one piece of text, the element's own value, used
+        // where it stands; pieces split by CDATA sections are joined.
+        const char* value = node.value();
+        const char* valueAt = *value ? value : at(node);
         std::string joined;
-        size_t pieces = 0;
+        size_t pieces = *value ? 1 : 0;
         for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
             const pugi::xml_node_type childType = child.type();
             if (childType == pugi::node_pcdata || childType == pugi::node_cdata) {
@@ -408,8 +421,29 @@ private:
         return true;
     }
 
+    // A file names the same few units over and over: the last ones met are
+    // remembered while the file is read, rather than looked up again.
+    lmk::t_unit unitOf(const char* text) {
+        for (const KnownUnit& known : knownUnits)
+            if (known.text && std::strcmp(known.text, text) == 0)
+                return known.unit;
+        const lmk::t_unit unit = lmk::toTUnit(text);
+        if (unit != lmk::U_NONE) {
+            knownUnits[nextKnownUnit] = {text, unit};
+            nextKnownUnit = (nextKnownUnit + 1) % knownUnitCount;
+        }
+        return unit;
+    }
+
     const char* buffer;
     size_t size;
+    struct KnownUnit {
+        const char* text = nullptr; // in the parsed file
+        lmk::t_unit unit = lmk::U_NONE;
+    };
+    static constexpr size_t knownUnitCount = 4;
+    KnownUnit knownUnits[knownUnitCount];
+    size_t nextKnownUnit = 0;
 };
 
 // "PATH:LINE:COLUMN: what", line and column from 1 counted in `bytes`.

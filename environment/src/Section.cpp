@@ -16,33 +16,47 @@ namespace {
 // The state below is process-wide and, like the rest of the library's shared
 // state, unsynchronised: the library is called from one thread at a time.
 
-// Parameter entries are many (a large scenario holds hundreds of thousands)
-// and all of one size: they come from slabs with a free list rather than from
-// the general heap, which makes building and destroying a tree several times
-// cheaper. Free slabs are kept for the next tree, up to a bound.
+// Parameter entries and sections are many (a large scenario holds hundreds of
+// thousands) and of a few sizes: they come from slabs of blocks of one size
+// rather than one by one from the general heap, which makes building and
+// destroying a tree several times cheaper. Each slab counts its blocks in use
+// and goes back to the heap when the last one is freed, so a destroyed tree
+// gives its memory back; one empty slab is kept, so that a section made and
+// destroyed over and over doesn't take and return a slab each time.
 class EntryPool {
 public:
     explicit EntryPool(size_t size)
-        : blockSize((size + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1)) {}
+        : blockSize(roundUp(std::max(size, sizeof(Block)))),
+          blocksPerSlab((slabBytes - headerBytes) / blockSize) {}
 
     void* allocate() {
-        if (!freeList) {
-            slabs.emplace_back(new unsigned char[blockSize * blocksPerSlab]); // left uninitialised
-            unsigned char* slab = slabs.back().get();
-            for (size_t i = blocksPerSlab; i-- > 0;)
-                push(slab + i * blockSize);
-        }
-        Block* block = freeList;
-        freeList = block->next;
-        ++live;
+        if (!open)
+            link(takeSlab());
+        Slab* slab = open;
+        void* block;
+        if (slab->freeList) {
+            block = slab->freeList;
+            slab->freeList = slab->freeList->next;
+        } else // a fresh slab is handed out in order, without a free list to walk
+            block = slab->blocks() + slab->handedOut++ * blockSize;
+        if (++slab->used == blocksPerSlab)
+            unlink(slab); // full: no longer offered
         return block;
     }
 
     void release(void* memory) {
-        push(memory);
-        if (--live == 0 && slabs.size() > slabsKept) {
-            freeList = nullptr;
-            slabs.clear();
+        Slab* slab = slabOf(memory);
+        if (slab->used == blocksPerSlab)
+            link(slab); // has room again
+        Block* block = static_cast<Block*>(memory);
+        block->next = slab->freeList;
+        slab->freeList = block;
+        if (--slab->used == 0) {
+            unlink(slab);
+            if (spare)
+                ::operator delete(slab, std::align_val_t(slabBytes));
+            else
+                spare = slab;
         }
     }
 
@@ -50,18 +64,60 @@ private:
     struct Block {
         Block* next;
     };
-    void push(void* memory) {
-        Block* block = static_cast<Block*>(memory);
-        block->next = freeList;
-        freeList = block;
+    // The head of a slab; its blocks follow. Slabs are aligned to their size,
+    // so that a block finds its slab from its own address.
+    struct Slab {
+        Block* freeList = nullptr; // blocks freed since the slab was taken
+        Slab* previous = nullptr;  // among the slabs with room
+        Slab* next = nullptr;
+        size_t used = 0;
+        size_t handedOut = 0; // blocks ever handed out, from the start of the slab
+        unsigned char* blocks() { return reinterpret_cast<unsigned char*>(this) + headerBytes; }
+    };
+    // Blocks start on a cache line: an entry of 64 bytes then takes one line.
+    static constexpr size_t headerBytes = 64;
+    static_assert(sizeof(Slab) <= headerBytes, "the head of a slab fits before its blocks");
+
+    // 32 KB: a slab and its alignment stay below the size at which the C
+    // library maps memory of its own for each request.
+    static constexpr size_t slabBytes = 32 * 1024;
+
+    static constexpr size_t roundUp(size_t size) {
+        return (size + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
+    }
+    static Slab* slabOf(void* block) {
+        return reinterpret_cast<Slab*>(reinterpret_cast<uintptr_t>(block) & ~(uintptr_t(slabBytes) - 1));
     }
 
-    static constexpr size_t blocksPerSlab = 1024;
-    static constexpr size_t slabsKept = 256; // about 32 MB, some 250,000 parameters
+    Slab* takeSlab() {
+        Slab* slab = spare;
+        spare = nullptr;
+        if (!slab)
+            slab = static_cast<Slab*>(::operator new(slabBytes, std::align_val_t(slabBytes)));
+        return new (slab) Slab;
+    }
+    // The slabs with room form a list; allocation takes from its head.
+    void link(Slab* slab) {
+        slab->previous = nullptr;
+        slab->next = open;
+        if (open)
+            open->previous = slab;
+        open = slab;
+    }
+    void unlink(Slab* slab) {
+        if (slab->previous)
+            slab->previous->next = slab->next;
+        else
+            open = slab->next;
+        if (slab->next)
+            slab->next->previous = slab->previous;
+        slab->previous = slab->next = nullptr;
+    }
+
     const size_t blockSize;
-    Block* freeList = nullptr;
-    size_t live = 0;
-    std::vector<std::unique_ptr<unsigned char[]>> slabs;
+    const size_t blocksPerSlab;
+    Slab* open = nullptr;
+    Slab* spare = nullptr;
 };
 
 EntryPool& entryPool(size_t size) {
@@ -122,13 +178,14 @@ public:
 private:
     static constexpr size_t capacity = 4096;
     static constexpr size_t cacheSize = 256;
+    // The slot only spreads the few names of a file; a miss costs a map lookup,
+    // so a few characters and the length do.
     static size_t slotOf(std::string_view text) {
         if (text.empty())
             return 0;
-        size_t key = text.size();
-        for (size_t i = 0; i < text.size() && i < 8; ++i)
-            key = key * 31 + static_cast<unsigned char>(text[i]);
-        return (key + static_cast<unsigned char>(text.back())) % cacheSize;
+        const size_t size = text.size();
+        const auto at = [&](size_t i) { return static_cast<size_t>(static_cast<unsigned char>(text[i])); };
+        return (size * 97 + at(0) * 31 + at(size / 2) * 7 + at(size - 1)) % cacheSize;
     }
 
     std::unordered_map<std::string_view, std::unique_ptr<std::string>> names;
@@ -177,14 +234,18 @@ struct Section::Parameter {
         bool boolValue;
         float floatValue;
         alignas(std::string) unsigned char text[sizeof(std::string)];
+        void* field; // of a declared parameter
     };
 
     // `literal`: the names are texts that stay at their address (a class's declarations).
     Parameter(std::string_view cname, std::string_view verbose, bool literal, t_ParameterType type,
               lmk::t_unit unit, void* field)
-        : type(type), unit(unit), field(field) {
-        // Start the life of the member that this type uses.
-        if (ownsText())
+        : typeCode(static_cast<std::uint8_t>(type)), declared(field != nullptr),
+          unitCode(static_cast<std::uint16_t>(unit)) {
+        // Start the life of the member that this entry uses.
+        if (declared)
+            value.field = field;
+        else if (ownsText())
             new (value.text) std::string();
         else if (type == ParameterBool)
             value.boolValue = false;
@@ -211,7 +272,9 @@ struct Section::Parameter {
     Parameter(const Parameter&) = delete;
     Parameter& operator=(const Parameter&) = delete;
 
-    bool ownsText() const { return !field && holdsString(type); }
+    t_ParameterType type() const { return static_cast<t_ParameterType>(typeCode); }
+    lmk::t_unit unit() const { return static_cast<lmk::t_unit>(unitCode); }
+    bool ownsText() const { return !declared && holdsString(type()); }
     std::string& text() { return *std::launder(reinterpret_cast<std::string*>(value.text)); }
 
     Extras& extra() {
@@ -225,9 +288,11 @@ struct Section::Parameter {
 
     const std::string* cname = &noName;
     const std::string* verbose = &noName;
-    t_ParameterType type;
-    lmk::t_unit unit;
-    void* field; // set for declared parameters only
+    // Type and unit are kept narrow and the field of a declared parameter
+    // shares the storage of the value, so that an entry fits a cache line.
+    std::uint8_t typeCode;
+    bool declared;
+    std::uint16_t unitCode;
     Value value;
     std::unique_ptr<Extras> extras;
 
@@ -258,53 +323,53 @@ const std::string& Section::ParameterIterator::getVerboseName() const {
 }
 
 Section::t_ParameterType Section::ParameterIterator::getType() const {
-    return entry().type;
+    return entry().type();
 }
 
 lmk::t_unit Section::ParameterIterator::getUnit() const {
-    return entry().unit;
+    return entry().unit();
 }
 
 int& Section::ParameterIterator::getInt() const {
     Parameter& p = entry();
-    if (p.type != ParameterInt)
+    if (p.type() != ParameterInt)
         return p.extra().intValue;
-    return p.field ? *static_cast<int*>(p.field) : p.value.intValue;
+    return p.declared ? *static_cast<int*>(p.value.field) : p.value.intValue;
 }
 
 double& Section::ParameterIterator::getDouble() const {
     Parameter& p = entry();
-    if (p.type != ParameterReal)
+    if (p.type() != ParameterReal)
         return p.extra().doubleValue;
-    return p.field ? *static_cast<double*>(p.field) : p.value.doubleValue;
+    return p.declared ? *static_cast<double*>(p.value.field) : p.value.doubleValue;
 }
 
 bool& Section::ParameterIterator::getBool() const {
     Parameter& p = entry();
-    if (p.type != ParameterBool)
+    if (p.type() != ParameterBool)
         return p.extra().boolValue;
-    return p.field ? *static_cast<bool*>(p.field) : p.value.boolValue;
+    return p.declared ? *static_cast<bool*>(p.value.field) : p.value.boolValue;
 }
 
 std::string& Section::ParameterIterator::getString() const {
     Parameter& p = entry();
-    if (!holdsString(p.type))
+    if (!holdsString(p.type()))
         return p.extra().stringValue;
-    return p.field ? *static_cast<std::string*>(p.field) : p.text();
+    return p.declared ? *static_cast<std::string*>(p.value.field) : p.text();
 }
 
 float& Section::ParameterIterator::getFloat() const {
     Parameter& p = entry();
-    if (p.type != ParameterFloat)
+    if (p.type() != ParameterFloat)
         return p.extra().floatValue;
-    return p.field ? *static_cast<float*>(p.field) : p.value.floatValue;
+    return p.declared ? *static_cast<float*>(p.value.field) : p.value.floatValue;
 }
 
 lmk::Vector3& Section::ParameterIterator::getVector() const {
     Parameter& p = entry();
-    if (p.type != ParameterVector)
+    if (p.type() != ParameterVector)
         return p.extra().vectorValue;
-    return p.field ? *static_cast<lmk::Vector3*>(p.field) : p.value.vectorValue;
+    return p.declared ? *static_cast<lmk::Vector3*>(p.value.field) : p.value.vectorValue;
 }
 
 std::string& Section::ParameterIterator::getOptions() const {
@@ -411,7 +476,7 @@ Section::ParameterIterator Section::addParameter(const char* cname, t_ParameterT
 }
 
 bool Section::isDeclared(const ParameterIterator& it) const {
-    return it.section == this && it.index < parameters.size() && parameters[it.index]->field != nullptr;
+    return it.section == this && it.index < parameters.size() && parameters[it.index]->declared;
 }
 
 void Section::declare(const char* cname, const char* verbose, t_ParameterType type, lmk::t_unit unit,
