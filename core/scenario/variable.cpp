@@ -2,16 +2,18 @@
 
 #include <boost/lexical_cast.hpp>
 
+#include <cfloat>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <ostream>
+#include <string_view>
 
 namespace {
 
 const char* const kSource = "variable";
 
-bool IsTypeWord(const std::string& text) {
+bool IsTypeWord(std::string_view text) {
     return text == "BOOL" || text == "FLOAT" || text == "INTEGER" || text == "STRING" || text == "VOID";
 }
 
@@ -63,18 +65,70 @@ bool IsPlainDecimal(const std::string& text) {
     return i == n;
 }
 
-double ToDouble(const std::string& text) {
-    // Whole numbers of up to 15 digits are exact in a double.
-    if (!text.empty() && text.size() <= 15) {
-        uint64_t whole = 0;
-        size_t i = 0;
-        while (i < text.size() && text[i] >= '0' && text[i] <= '9')
-            whole = whole * 10 + static_cast<uint64_t>(text[i++] - '0');
-        if (i == text.size())
-            return static_cast<double>(whole);
+// A decimal number whose digits, the point left out, make an integer of at most
+// 2^53, and whose point and exponent shift it by at most 22 places, is one
+// multiplication or division of two exact doubles, which rounds correctly: the
+// double that a full conversion gives. Such texts are most of what the files
+// hold; false for any other, which is left to the full conversion.
+bool ToShortDecimal(const std::string& text, double& number) {
+#if FLT_EVAL_METHOD == 0
+    constexpr uint64_t kExactLimit = uint64_t(1) << 53;
+    static const double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                          1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                          1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    const char* p = text.data();
+    const char* const end = p + text.size();
+    const bool negative = p < end && *p == '-';
+    if (negative)
+        ++p;
+    uint64_t digits = 0;
+    int scale = 0;
+    auto take = [&](bool fraction) {
+        const char* start = p;
+        for (; p < end && *p >= '0' && *p <= '9'; ++p) {
+            digits = digits * 10 + static_cast<uint64_t>(*p - '0');
+            if (digits > kExactLimit)
+                return false;
+            scale -= fraction ? 1 : 0;
+        }
+        return p > start;
+    };
+    if (!take(false))
+        return false;
+    if (p < end && *p == '.' && !(++p, take(true)))
+        return false;
+    if (p < end && (*p == 'e' || *p == 'E')) {
+        ++p;
+        const bool negativeExponent = p < end && *p == '-';
+        if (p < end && (*p == '-' || *p == '+'))
+            ++p;
+        const char* start = p;
+        int exponent = 0;
+        for (; p < end && *p >= '0' && *p <= '9' && p - start < 4; ++p)
+            exponent = exponent * 10 + (*p - '0');
+        if (p == start)
+            return false;
+        scale += negativeExponent ? -exponent : exponent;
     }
+    if (p != end || scale < -22 || scale > 22)
+        return false;
+    number = static_cast<double>(digits);
+    number = scale < 0 ? number / kPowersOfTen[-scale] : number * kPowersOfTen[scale];
+    if (negative)
+        number = -number;
+    return true;
+#else
+    (void)text;
+    (void)number;
+    return false;
+#endif
+}
+
+double ToDouble(const std::string& text) {
+    double number = 0.0;
+    if (ToShortDecimal(text, number))
+        return number;
     if (IsPlainDecimal(text)) {
-        double number = 0.0;
         const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
         if (result.ec == std::errc() && result.ptr == text.data() + text.size())
             return number;

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -283,14 +284,20 @@ bool ReadHeader(ScenarioTextStream& stream, uint32_t& kind, std::string& name);
 /// ReadStringAttribute with the length of the key given.
 bool ReadStringAttributeOfLength(ScenarioTextStream& stream, const char* key, size_t keyLength,
                                  std::string& value);
+/// The value part of ReadStringAttribute, for a key of `keyLength` bytes known to
+/// stand at the cursor: false if the text ends before the value's closing quote.
+bool ReadStringAttributeValue(ScenarioTextStream& stream, size_t keyLength, std::string& value);
 /// Matches `key="value"` at the cursor, key by prefix, without moving it; false if
 /// the key differs or the value has no closing quote.
 inline bool ReadStringAttribute(ScenarioTextStream& stream, const char* key, std::string& value) {
-    // Inline, so that the length of a literal key is known where it is written and
-    // most lines are turned down by their first character without a call.
-    if (stream.Peek() != key[0])
+    // Inline, so that a literal key is compared where it is written, a word at a
+    // time: an item tries most of its keys on every line, and nearly all of them
+    // are turned down here without a call.
+    const size_t keyLength = std::char_traits<char>::length(key);
+    if (static_cast<size_t>(stream.end - stream.cursor) < keyLength ||
+        std::memcmp(stream.cursor, key, keyLength) != 0)
         return false;
-    return ReadStringAttributeOfLength(stream, key, std::char_traits<char>::length(key), value);
+    return ReadStringAttributeValue(stream, keyLength, value);
 }
 /// Moves the cursor to the start of the next line.
 void NextLine(ScenarioTextStream& stream);
