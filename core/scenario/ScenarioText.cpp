@@ -85,7 +85,6 @@ const char* SkipSeparators(const char* p, const char* end, uint32_t& line) {
         uint32_t newlines;
         const uint32_t others = ~SeparatorBits(p, newlines) & 0xFFFFu;
         const uint32_t run = others != 0 ? static_cast<uint32_t>(__builtin_ctz(others)) : 16u;
-        // A run holds one or two line feeds: they are counted one by one.
         for (newlines &= (1u << run) - 1; newlines != 0; newlines &= newlines - 1)
             ++line;
         p += run;
@@ -220,24 +219,27 @@ bool ReadHeader(ScenarioTextStream& stream, uint32_t& kind, std::string& name) {
 bool ReadStringAttributeOfLength(ScenarioTextStream& stream, const char* key, size_t keyLength,
                                  std::string& value) {
     // A key has no NUL, so a comparison with the text's NUL fails by itself.
-    if (static_cast<size_t>(stream.end - stream.cursor) < keyLength ||
-        std::memcmp(stream.cursor, key, keyLength) != 0)
+    if (!AtAttributeKey(stream, key, keyLength))
         return false;
-    return ReadStringAttributeValue(stream, keyLength, value);
+    const char* close = FindAttributeValueEnd(stream, keyLength);
+    if (close == nullptr)
+        return false;
+    const char* start = stream.cursor + keyLength + 2;
+    value.assign(start, static_cast<size_t>(close - start));
+    return true;
 }
 
-bool ReadStringAttributeValue(ScenarioTextStream& stream, size_t keyLength, std::string& value) {
+const char* FindAttributeValueEnd(const ScenarioTextStream& stream, size_t keyLength) {
     const char* p = stream.cursor + keyLength;
     // Two characters stand between key and value; the writer puts `="` there.
     for (int skipped = 0; skipped < 2; ++skipped, ++p)
         if (AtTextEnd(stream, p))
-            return false;
+            return nullptr;
     // The value runs to the next quote, which must come before the text ends.
     const char* close = FindValueEnd(p, stream.end);
     if (close >= stream.end || *close != '"')
-        return false;
-    value.assign(p, static_cast<size_t>(close - p));
-    return true;
+        return nullptr;
+    return close;
 }
 
 ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoadContext* context,

@@ -29,15 +29,15 @@ std::string DoubleText(double number) {
 // common case; they are converted directly, with the result that lexical_cast
 // gives for them. Every other text goes through lexical_cast, which decides
 // whether it converts or raises bad_lexical_cast.
-bool ToBool(const std::string& text) {
+bool ToBool(std::string_view text) {
     if (text == "0")
         return false;
     if (text == "1")
         return true;
-    return boost::lexical_cast<bool>(text);
+    return boost::lexical_cast<bool>(std::string(text));
 }
 
-bool IsPlainDecimal(const std::string& text) {
+bool IsPlainDecimal(std::string_view text) {
     size_t i = 0;
     const size_t n = text.size();
     auto digits = [&]() {
@@ -70,7 +70,7 @@ bool IsPlainDecimal(const std::string& text) {
 // multiplication or division of two exact doubles, which rounds correctly: the
 // double that a full conversion gives. Such texts are most of what the files
 // hold; false for any other, which is left to the full conversion.
-bool ToShortDecimal(const std::string& text, double& number) {
+bool ToShortDecimal(std::string_view text, double& number) {
 #if FLT_EVAL_METHOD == 0
     constexpr uint64_t kExactLimit = uint64_t(1) << 53;
     static const double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
@@ -124,7 +124,7 @@ bool ToShortDecimal(const std::string& text, double& number) {
 #endif
 }
 
-double ToDouble(const std::string& text) {
+double ToDouble(std::string_view text) {
     double number = 0.0;
     if (ToShortDecimal(text, number))
         return number;
@@ -133,7 +133,7 @@ double ToDouble(const std::string& text) {
         if (result.ec == std::errc() && result.ptr == text.data() + text.size())
             return number;
     }
-    return boost::lexical_cast<double>(text);
+    return boost::lexical_cast<double>(std::string(text));
 }
 
 } // namespace
@@ -197,22 +197,23 @@ bool Variable::LoadAttribute(ScenarioTextStream& stream) {
         initialValue = value;
         return true;
     }
-    std::string text;
+    // The flag and the numbers are converted straight from the text.
+    std::string_view text;
     if (ReadStringAttribute(stream, "INTERACTIVE_TYPE", interactiveType))
         return true;
-    if (ReadStringAttribute(stream, "IS_INITIALIZATION_NEEDED_AT_START", text)) {
+    if (ReadAttributeText(stream, "IS_INITIALIZATION_NEEDED_AT_START", text)) {
         isInitializationNeededAtStart = ToBool(text);
         return true;
     }
-    if (ReadStringAttribute(stream, "INTERACTIVE_MIN_VALUE", text)) {
+    if (ReadAttributeText(stream, "INTERACTIVE_MIN_VALUE", text)) {
         interactiveMinValue = ToDouble(text);
         return true;
     }
-    if (ReadStringAttribute(stream, "INTERACTIVE_MAX_VALUE", text)) {
+    if (ReadAttributeText(stream, "INTERACTIVE_MAX_VALUE", text)) {
         interactiveMaxValue = ToDouble(text);
         return true;
     }
-    if (ReadStringAttribute(stream, "INTERACTIVE_STEP_VALUE", text)) {
+    if (ReadAttributeText(stream, "INTERACTIVE_STEP_VALUE", text)) {
         interactiveStepValue = ToDouble(text);
         return true;
     }
