@@ -167,9 +167,7 @@ std::string TypeNameOf(int tag) {
     }
 }
 
-Variable::Variable() {
-    ResetMarks(this);
-}
+Variable::Variable() = default;
 
 Variable::~Variable() = default;
 
