@@ -146,8 +146,32 @@ ScenarioTextStream::ScenarioTextStream(const char* buffer, size_t length)
 
 void NextLine(ScenarioTextStream& stream) {
     // Kept in locals: stores through the stream could alias the text otherwise.
+    const char* p = stream.cursor;
+    const char* const end = stream.end;
     uint32_t line = stream.line;
-    stream.cursor = SkipSeparators(FindSeparator(stream.cursor, stream.end), stream.end, line);
+#if defined(__SSE2__)
+    // The block that holds the line's end often holds the start of the next line
+    // too: then one look at it does.
+    while (end - p >= 16) {
+        uint32_t newlines;
+        const uint32_t separators = SeparatorBits(p, newlines);
+        if (separators == 0) {
+            p += 16;
+            continue;
+        }
+        const uint32_t others = ~separators & (0xFFFFu << __builtin_ctz(separators)) & 0xFFFFu;
+        const uint32_t run = others != 0 ? static_cast<uint32_t>(__builtin_ctz(others)) : 16u;
+        for (newlines &= (1u << run) - 1; newlines != 0; newlines &= newlines - 1)
+            ++line;
+        p += run;
+        if (run == 16)
+            p = SkipSeparators(p, end, line);
+        stream.cursor = p;
+        stream.line = line;
+        return;
+    }
+#endif
+    stream.cursor = SkipSeparators(FindSeparator(p, end), end, line);
     stream.line = line;
 }
 
