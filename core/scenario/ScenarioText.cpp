@@ -256,9 +256,9 @@ bool ReadStringAttributeOfLength(ScenarioTextStream& stream, const char* key, si
 const char* FindAttributeValueEnd(const ScenarioTextStream& stream, size_t keyLength) {
     const char* p = stream.cursor + keyLength;
     // Two characters stand between key and value; the writer puts `="` there.
-    for (int skipped = 0; skipped < 2; ++skipped, ++p)
-        if (AtTextEnd(stream, p))
-            return nullptr;
+    if (stream.end - p < 2 || p[0] == '\0' || p[1] == '\0')
+        return nullptr;
+    p += 2;
     // The value runs to the next quote, which must come before the text ends.
     const char* close = FindValueEnd(p, stream.end);
     if (close >= stream.end || *close != '"')
