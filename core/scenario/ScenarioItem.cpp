@@ -218,6 +218,10 @@ void ScenarioItem::SetName(const std::string& newName) {
 }
 
 bool ScenarioItem::LoadAttribute(ScenarioTextStream& stream) {
+    // Every item reads its lines through here first; the three keys start alike,
+    // so most lines are turned down by their first letter.
+    if (stream.Peek() != 'I')
+        return false;
     if (isSelected.empty() && ReadStringAttribute(stream, "IS_SELECTED", isSelected))
         return true;
     if (isExpanded.empty() && ReadStringAttribute(stream, "IS_EXPANDED", isExpanded))

@@ -189,35 +189,46 @@ void Variable::SwapChildren(ScenarioItem*, ScenarioItem*) {}
 bool Variable::LoadAttribute(ScenarioTextStream& stream) {
     if (Token::LoadAttribute(stream))
         return true;
-    if (type.empty() && ReadStringAttribute(stream, "TYPE", type))
-        return IsTypeWord(type);
-    if (value.empty() && ReadStringAttribute(stream, "VALUE", value)) {
-        initialValue = value;
-        return true;
-    }
-    // The flag and the numbers are converted straight from the text.
+    // A line can only match the keys of its first letter, which are tried in their
+    // order; the others are not looked at.
     std::string_view text;
-    if (ReadStringAttribute(stream, "INTERACTIVE_TYPE", interactiveType))
-        return true;
-    if (ReadAttributeText(stream, "IS_INITIALIZATION_NEEDED_AT_START", text)) {
-        isInitializationNeededAtStart = ToBool(text);
-        return true;
+    switch (stream.Peek()) {
+    case 'T':
+        if (type.empty() && ReadStringAttribute(stream, "TYPE", type))
+            return IsTypeWord(type);
+        return false;
+    case 'V':
+        if (value.empty() && ReadStringAttribute(stream, "VALUE", value)) {
+            initialValue = value;
+            return true;
+        }
+        return false;
+    case 'I':
+        // The flag and the numbers are converted straight from the text.
+        if (ReadStringAttribute(stream, "INTERACTIVE_TYPE", interactiveType))
+            return true;
+        if (ReadAttributeText(stream, "IS_INITIALIZATION_NEEDED_AT_START", text)) {
+            isInitializationNeededAtStart = ToBool(text);
+            return true;
+        }
+        if (ReadAttributeText(stream, "INTERACTIVE_MIN_VALUE", text)) {
+            interactiveMinValue = ToDouble(text);
+            return true;
+        }
+        if (ReadAttributeText(stream, "INTERACTIVE_MAX_VALUE", text)) {
+            interactiveMaxValue = ToDouble(text);
+            return true;
+        }
+        if (ReadAttributeText(stream, "INTERACTIVE_STEP_VALUE", text)) {
+            interactiveStepValue = ToDouble(text);
+            return true;
+        }
+        return false;
+    case 'C':
+        return ReadStringAttribute(stream, "CATEGORY", category);
+    default:
+        return false;
     }
-    if (ReadAttributeText(stream, "INTERACTIVE_MIN_VALUE", text)) {
-        interactiveMinValue = ToDouble(text);
-        return true;
-    }
-    if (ReadAttributeText(stream, "INTERACTIVE_MAX_VALUE", text)) {
-        interactiveMaxValue = ToDouble(text);
-        return true;
-    }
-    if (ReadAttributeText(stream, "INTERACTIVE_STEP_VALUE", text)) {
-        interactiveStepValue = ToDouble(text);
-        return true;
-    }
-    if (ReadStringAttribute(stream, "CATEGORY", category))
-        return true;
-    return false;
 }
 
 void Variable::SaveAttributes(std::ostream& out) {
