@@ -50,17 +50,9 @@ inline uint32_t SeparatorBits(const char* p, uint32_t& newlines) {
 }
 #endif
 
-// The first separator in [p, end), or end.
+// The first separator in [p, end), or end. NextLine looks at whole blocks of
+// sixteen itself and leaves the last few bytes of the text to this.
 const char* FindSeparator(const char* p, const char* end) {
-#if defined(__SSE2__)
-    while (end - p >= 16) {
-        uint32_t newlines;
-        const uint32_t separators = SeparatorBits(p, newlines);
-        if (separators != 0)
-            return p + __builtin_ctz(separators);
-        p += 16;
-    }
-#endif
     // Eight bytes at a time are tested for a byte below 14, where the four
     // separators lie; only such a word is looked at byte by byte.
     const uint64_t ones = 0x0101010101010101ull;
