@@ -1,6 +1,7 @@
 #include "ModelTestSupport.h"
 
 #include <algorithm>
+#include <random>
 
 using namespace modeltest;
 
@@ -246,6 +247,68 @@ TEST_F(TextFormat, LinesEndAtTheFirstSeparatorAndBlocksAreSkippedWhole) {
     EXPECT_TRUE(SkipBlock(skipped));
     EXPECT_EQ(*skipped.cursor, '}');
     EXPECT_EQ(skipped.line, 6u);
+}
+
+TEST_F(TextFormat, LongLinesAndRunsOfSeparatorsAcrossAnyPosition) {
+    // Lines and runs of separators of every length from every starting point, so
+    // that each lies across the reader's blocks in every way; the line and the
+    // count of line feeds are what a byte-by-byte walk gives.
+    const std::string alphabet = std::string("ab \"'=", 6) + std::string(1, '\0') + "\t\n\r\f";
+    std::mt19937 random(7);
+    auto isSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\f' || c == '\r'; };
+    for (int round = 0; round < 400; ++round) {
+        std::string text;
+        const size_t length = random() % 90;
+        // Long runs of one kind, as lines and indentation are.
+        while (text.size() < length) {
+            const char c = alphabet[random() % alphabet.size()];
+            text.append(1 + random() % (isSeparator(c) ? 8 : 40), c);
+        }
+        ScenarioTextStream stream(text.data(), text.size());
+        const char* p = text.data();
+        const char* const end = p + text.size();
+        uint32_t line = 1;
+        auto skip = [&] {
+            for (; p < end && isSeparator(*p); ++p)
+                line += *p == '\n' ? 1 : 0;
+        };
+        skip();
+        ASSERT_EQ(stream.cursor, p);
+        while (p < end) {
+            while (p < end && !isSeparator(*p))
+                ++p;
+            skip();
+            NextLine(stream);
+            ASSERT_EQ(stream.cursor - text.data(), p - text.data()) << round;
+            ASSERT_EQ(stream.line, line) << round;
+        }
+    }
+}
+
+TEST_F(TextFormat, ValuesOfEveryLengthEndAtTheirQuoteOrFail) {
+    for (size_t length = 0; length < 40; ++length) {
+        const std::string value(length, 'v');
+        const std::string line = "KEY=\"" + value + "\"";
+        // The quote found, whatever follows it; a NUL or the end before it fails.
+        for (const std::string& text : {line, line + "\ttail\"", line + std::string(20, 'x')}) {
+            ScenarioTextStream stream(text.c_str(), text.size());
+            std::string read;
+            ASSERT_TRUE(ReadStringAttribute(stream, "KEY", read)) << length;
+            EXPECT_EQ(read, value);
+        }
+        for (const std::string& text : {line.substr(0, line.size() - 1), "KEY=\"" + value + '\0' + "\""}) {
+            ScenarioTextStream stream(text.c_str(), text.size());
+            std::string read = "kept";
+            EXPECT_FALSE(ReadStringAttribute(stream, "KEY", read)) << length;
+            EXPECT_EQ(read, "kept");
+        }
+        // A key longer than what is left of the text is turned down.
+        const std::string key(length + 1, 'K');
+        const std::string keys(length, 'K');
+        ScenarioTextStream stream(keys.c_str(), keys.size());
+        std::string read = "kept";
+        EXPECT_FALSE(ReadStringAttributeOfLength(stream, key.c_str(), key.size(), read));
+    }
 }
 
 TEST_F(TextFormat, ReaderAssertionsAndTheNestingLimit) {

@@ -2,6 +2,8 @@
 
 #include <boost/lexical_cast.hpp>
 
+#include <random>
+
 using namespace modeltest;
 
 namespace {
@@ -81,7 +83,9 @@ TEST_F(VariableTest, NumbersAndBoolsConvertExactlyAsLexicalCast) {
     std::istringstream texts(
         "0|1|-0|00|001|12|-12.5|1e5|1E-5|2.5e+3|0.1|1e400|1.|.5|+1|01|-|1e|1-|e5| 1|1 |0x10|"
         "inf|-INF|-inf|INFINITY|nan|NAN|1,5||true|2|x|123456789012345678901234567890|"
-        "4.9e-324|1e-400");
+        "4.9e-324|1e-400|9007199254740992|9007199254740993|-9007199254740993.5|1e22|1e23|1e-22|"
+        "1e-23|0.0000000000000000000001|0.00000000000000000000001|123.456e-20|-0.0|1e0010|"
+        "1e00001|1234567890.0987654321|100000000000000000000000|2.5e-3|-1.5E+2|0.30000000000000004");
     for (std::string text; std::getline(texts, text, '|');) {
         for (const auto& [key, field] : keys) {
             std::string expected, actual;
@@ -118,6 +122,30 @@ TEST_F(VariableTest, NumbersAndBoolsConvertExactlyAsLexicalCast) {
     std::ostringstream log;
     EXPECT_THROW(LoadScenarioFile(path.c_str(), &log, false), boost::bad_lexical_cast);
     EXPECT_EQ(log.str(), "");
+}
+
+TEST_F(VariableTest, RandomDecimalsConvertAsLexicalCast) {
+    // Numbers of every size of mantissa, point and exponent, around the limits
+    // within which a conversion needs no more than one multiplication.
+    std::mt19937 random(11);
+    auto digits = [&](size_t count) {
+        std::string text;
+        for (size_t i = 0; i < count; ++i)
+            text.push_back(static_cast<char>('0' + random() % 10));
+        return text;
+    };
+    for (int round = 0; round < 3000; ++round) {
+        std::string text = random() % 4 == 0 ? "-" : "";
+        text += digits(1 + random() % 18);
+        if (random() % 2 != 0)
+            text += "." + digits(1 + random() % 18);
+        if (random() % 3 == 0)
+            text += std::string(random() % 2 ? "e" : "E") + (random() % 2 ? "-" : "") +
+                    std::to_string(random() % 30);
+        auto variable = ParseVariable("\tINTERACTIVE_MAX_VALUE=\"" + text + "\"\n");
+        ASSERT_NE(variable, nullptr);
+        ASSERT_EQ(variable->interactiveMaxValue, boost::lexical_cast<double>(text)) << text;
+    }
 }
 
 TEST_F(VariableTest, DoublesAreWrittenWithSeventeenDigitsAndReadBackExactly) {

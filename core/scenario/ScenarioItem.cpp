@@ -14,12 +14,13 @@
 #include <cstring>
 #include <memory>
 #include <ostream>
+#include <string_view>
 
 namespace {
 
 const char* const kSource = "ScenarioItem";
 
-const char* const kKeywords[] = {
+constexpr std::string_view kKeywords[] = {
     "",
     "ACTION",
     "ELSE_ACTION",
@@ -49,6 +50,27 @@ const char* const kKeywords[] = {
     "TOKEN",
     "VARIABLE",
 };
+
+// The keywords chained by first letter, so that a header's keyword is compared
+// with the two or three of its letter rather than all of them: `first` holds the
+// lowest kind of each letter A to Z, `next` the following kind of the same letter;
+// 0 ends a chain.
+struct KeywordChains {
+    uint8_t first[26] = {};
+    uint8_t next[ITEM_LAST_KIND + 1] = {};
+};
+
+constexpr KeywordChains MakeKeywordChains() {
+    KeywordChains chains;
+    for (uint32_t kind = ITEM_LAST_KIND; kind >= 1; --kind) {
+        const int letter = kKeywords[kind][0] - 'A';
+        chains.next[kind] = chains.first[letter];
+        chains.first[letter] = static_cast<uint8_t>(kind);
+    }
+    return chains;
+}
+
+constexpr KeywordChains kKeywordChains = MakeKeywordChains();
 
 // Scenarios, criteria and includes (an evaluation is an include) are the units
 // that own the variables beneath them. Their classes are tested here by run-time
@@ -126,14 +148,17 @@ uint32_t ScenarioItemObservable::GetObservableId() {
 const char* KindKeyword(uint32_t kind) {
     if (kind < 1 || kind > ITEM_LAST_KIND)
         return "";
-    return kKeywords[kind];
+    return kKeywords[kind].data();
 }
 
 uint32_t KindFromKeyword(const char* text) {
     if (text == nullptr || *text == '\0')
         return ITEM_NONE;
-    for (uint32_t kind = 1; kind <= ITEM_LAST_KIND; ++kind)
-        if (kKeywords[kind][0] == text[0] && std::strcmp(kKeywords[kind], text) == 0)
+    if (text[0] < 'A' || text[0] > 'Z')
+        return ITEM_NONE;
+    const std::string_view wanted(text);
+    for (uint32_t kind = kKeywordChains.first[text[0] - 'A']; kind != 0; kind = kKeywordChains.next[kind])
+        if (kKeywords[kind] == wanted)
             return kind;
     return ITEM_NONE;
 }
@@ -193,6 +218,10 @@ void ScenarioItem::SetName(const std::string& newName) {
 }
 
 bool ScenarioItem::LoadAttribute(ScenarioTextStream& stream) {
+    // Every item reads its lines through here first; the three keys start alike,
+    // so most lines are turned down by their first letter.
+    if (stream.Peek() != 'I')
+        return false;
     if (isSelected.empty() && ReadStringAttribute(stream, "IS_SELECTED", isSelected))
         return true;
     if (isExpanded.empty() && ReadStringAttribute(stream, "IS_EXPANDED", isExpanded))

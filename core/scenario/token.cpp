@@ -7,9 +7,9 @@ namespace {
 const char* const kSource = "token";
 } // namespace
 
-Token::Token(ScenarioItem* parentItem) : ScenarioItem(parentItem), model(this) {
-    ResetMarks(this);
-}
+// A new token has no children yet: clearing its own mark is all ResetMarks would
+// do, and the member's initializer does that.
+Token::Token(ScenarioItem* parentItem) : ScenarioItem(parentItem), model(this) {}
 
 Token::~Token() = default;
 

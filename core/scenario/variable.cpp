@@ -2,16 +2,18 @@
 
 #include <boost/lexical_cast.hpp>
 
+#include <cfloat>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <ostream>
+#include <string_view>
 
 namespace {
 
 const char* const kSource = "variable";
 
-bool IsTypeWord(const std::string& text) {
+bool IsTypeWord(std::string_view text) {
     return text == "BOOL" || text == "FLOAT" || text == "INTEGER" || text == "STRING" || text == "VOID";
 }
 
@@ -27,15 +29,15 @@ std::string DoubleText(double number) {
 // common case; they are converted directly, with the result that lexical_cast
 // gives for them. Every other text goes through lexical_cast, which decides
 // whether it converts or raises bad_lexical_cast.
-bool ToBool(const std::string& text) {
+bool ToBool(std::string_view text) {
     if (text == "0")
         return false;
     if (text == "1")
         return true;
-    return boost::lexical_cast<bool>(text);
+    return boost::lexical_cast<bool>(std::string(text));
 }
 
-bool IsPlainDecimal(const std::string& text) {
+bool IsPlainDecimal(std::string_view text) {
     size_t i = 0;
     const size_t n = text.size();
     auto digits = [&]() {
@@ -63,23 +65,75 @@ bool IsPlainDecimal(const std::string& text) {
     return i == n;
 }
 
-double ToDouble(const std::string& text) {
-    // Whole numbers of up to 15 digits are exact in a double.
-    if (!text.empty() && text.size() <= 15) {
-        uint64_t whole = 0;
-        size_t i = 0;
-        while (i < text.size() && text[i] >= '0' && text[i] <= '9')
-            whole = whole * 10 + static_cast<uint64_t>(text[i++] - '0');
-        if (i == text.size())
-            return static_cast<double>(whole);
+// A decimal number whose digits, the point left out, make an integer of at most
+// 2^53, and whose point and exponent shift it by at most 22 places, is one
+// multiplication or division of two exact doubles, which rounds correctly: the
+// double that a full conversion gives. Such texts are most of what the files
+// hold; false for any other, which is left to the full conversion.
+bool ToShortDecimal(std::string_view text, double& number) {
+#if FLT_EVAL_METHOD == 0
+    constexpr uint64_t kExactLimit = uint64_t(1) << 53;
+    static const double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                          1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                          1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    const char* p = text.data();
+    const char* const end = p + text.size();
+    const bool negative = p < end && *p == '-';
+    if (negative)
+        ++p;
+    uint64_t digits = 0;
+    int scale = 0;
+    auto take = [&](bool fraction) {
+        const char* start = p;
+        for (; p < end && *p >= '0' && *p <= '9'; ++p) {
+            digits = digits * 10 + static_cast<uint64_t>(*p - '0');
+            if (digits > kExactLimit)
+                return false;
+            scale -= fraction ? 1 : 0;
+        }
+        return p > start;
+    };
+    if (!take(false))
+        return false;
+    if (p < end && *p == '.' && !(++p, take(true)))
+        return false;
+    if (p < end && (*p == 'e' || *p == 'E')) {
+        ++p;
+        const bool negativeExponent = p < end && *p == '-';
+        if (p < end && (*p == '-' || *p == '+'))
+            ++p;
+        const char* start = p;
+        int exponent = 0;
+        for (; p < end && *p >= '0' && *p <= '9' && p - start < 4; ++p)
+            exponent = exponent * 10 + (*p - '0');
+        if (p == start)
+            return false;
+        scale += negativeExponent ? -exponent : exponent;
     }
+    if (p != end || scale < -22 || scale > 22)
+        return false;
+    number = static_cast<double>(digits);
+    number = scale < 0 ? number / kPowersOfTen[-scale] : number * kPowersOfTen[scale];
+    if (negative)
+        number = -number;
+    return true;
+#else
+    (void)text;
+    (void)number;
+    return false;
+#endif
+}
+
+double ToDouble(std::string_view text) {
+    double number = 0.0;
+    if (ToShortDecimal(text, number))
+        return number;
     if (IsPlainDecimal(text)) {
-        double number = 0.0;
         const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
         if (result.ec == std::errc() && result.ptr == text.data() + text.size())
             return number;
     }
-    return boost::lexical_cast<double>(text);
+    return boost::lexical_cast<double>(std::string(text));
 }
 
 } // namespace
@@ -113,9 +167,7 @@ std::string TypeNameOf(int tag) {
     }
 }
 
-Variable::Variable() {
-    ResetMarks(this);
-}
+Variable::Variable() = default;
 
 Variable::~Variable() = default;
 
@@ -137,34 +189,46 @@ void Variable::SwapChildren(ScenarioItem*, ScenarioItem*) {}
 bool Variable::LoadAttribute(ScenarioTextStream& stream) {
     if (Token::LoadAttribute(stream))
         return true;
-    if (type.empty() && ReadStringAttribute(stream, "TYPE", type))
-        return IsTypeWord(type);
-    if (value.empty() && ReadStringAttribute(stream, "VALUE", value)) {
-        initialValue = value;
-        return true;
+    // A line can only match the keys of its first letter, which are tried in their
+    // order; the others are not looked at.
+    std::string_view text;
+    switch (stream.Peek()) {
+    case 'T':
+        if (type.empty() && ReadStringAttribute(stream, "TYPE", type))
+            return IsTypeWord(type);
+        return false;
+    case 'V':
+        if (value.empty() && ReadStringAttribute(stream, "VALUE", value)) {
+            initialValue = value;
+            return true;
+        }
+        return false;
+    case 'I':
+        // The flag and the numbers are converted straight from the text.
+        if (ReadStringAttribute(stream, "INTERACTIVE_TYPE", interactiveType))
+            return true;
+        if (ReadAttributeText(stream, "IS_INITIALIZATION_NEEDED_AT_START", text)) {
+            isInitializationNeededAtStart = ToBool(text);
+            return true;
+        }
+        if (ReadAttributeText(stream, "INTERACTIVE_MIN_VALUE", text)) {
+            interactiveMinValue = ToDouble(text);
+            return true;
+        }
+        if (ReadAttributeText(stream, "INTERACTIVE_MAX_VALUE", text)) {
+            interactiveMaxValue = ToDouble(text);
+            return true;
+        }
+        if (ReadAttributeText(stream, "INTERACTIVE_STEP_VALUE", text)) {
+            interactiveStepValue = ToDouble(text);
+            return true;
+        }
+        return false;
+    case 'C':
+        return ReadStringAttribute(stream, "CATEGORY", category);
+    default:
+        return false;
     }
-    std::string text;
-    if (ReadStringAttribute(stream, "INTERACTIVE_TYPE", interactiveType))
-        return true;
-    if (ReadStringAttribute(stream, "IS_INITIALIZATION_NEEDED_AT_START", text)) {
-        isInitializationNeededAtStart = ToBool(text);
-        return true;
-    }
-    if (ReadStringAttribute(stream, "INTERACTIVE_MIN_VALUE", text)) {
-        interactiveMinValue = ToDouble(text);
-        return true;
-    }
-    if (ReadStringAttribute(stream, "INTERACTIVE_MAX_VALUE", text)) {
-        interactiveMaxValue = ToDouble(text);
-        return true;
-    }
-    if (ReadStringAttribute(stream, "INTERACTIVE_STEP_VALUE", text)) {
-        interactiveStepValue = ToDouble(text);
-        return true;
-    }
-    if (ReadStringAttribute(stream, "CATEGORY", category))
-        return true;
-    return false;
 }
 
 void Variable::SaveAttributes(std::ostream& out) {

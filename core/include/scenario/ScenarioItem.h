@@ -8,8 +8,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class Folders;
@@ -283,14 +285,39 @@ bool ReadHeader(ScenarioTextStream& stream, uint32_t& kind, std::string& name);
 /// ReadStringAttribute with the length of the key given.
 bool ReadStringAttributeOfLength(ScenarioTextStream& stream, const char* key, size_t keyLength,
                                  std::string& value);
+/// The closing quote of `key="value"`, for a key of `keyLength` bytes known to
+/// stand at the cursor (the value starts two bytes after the key); null if the text
+/// ends first.
+const char* FindAttributeValueEnd(const ScenarioTextStream& stream, size_t keyLength);
+/// Whether the literal `key` stands at the cursor.
+inline bool AtAttributeKey(const ScenarioTextStream& stream, const char* key, size_t keyLength) {
+    // Inline, so that a literal key is compared where it is written, a word at a
+    // time: an item tries most of its keys on every line, and nearly all of them
+    // are turned down here without a call.
+    return static_cast<size_t>(stream.end - stream.cursor) >= keyLength &&
+           std::memcmp(stream.cursor, key, keyLength) == 0;
+}
+/// ReadStringAttribute for a value that is converted at once: `value` points into
+/// the text and is valid as long as the text.
+inline bool ReadAttributeText(ScenarioTextStream& stream, const char* key, std::string_view& value) {
+    const size_t keyLength = std::char_traits<char>::length(key);
+    if (!AtAttributeKey(stream, key, keyLength))
+        return false;
+    const char* close = FindAttributeValueEnd(stream, keyLength);
+    if (close == nullptr)
+        return false;
+    const char* start = stream.cursor + keyLength + 2;
+    value = std::string_view(start, static_cast<size_t>(close - start));
+    return true;
+}
 /// Matches `key="value"` at the cursor, key by prefix, without moving it; false if
 /// the key differs or the value has no closing quote.
 inline bool ReadStringAttribute(ScenarioTextStream& stream, const char* key, std::string& value) {
-    // Inline, so that the length of a literal key is known where it is written and
-    // most lines are turned down by their first character without a call.
-    if (stream.Peek() != key[0])
+    std::string_view text;
+    if (!ReadAttributeText(stream, key, text))
         return false;
-    return ReadStringAttributeOfLength(stream, key, std::char_traits<char>::length(key), value);
+    value.assign(text.data(), text.size());
+    return true;
 }
 /// Moves the cursor to the start of the next line.
 void NextLine(ScenarioTextStream& stream);
