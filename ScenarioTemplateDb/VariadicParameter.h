@@ -17,8 +17,7 @@ class SCENARIOTEMPLATEDB_INTERFACE VariadicParameter {
 public:
     /// One permitted interval. Holds no data; an owner of ranges adds a virtual
     /// destructor of its own behind the two operations.
-    template <typename T>
-    struct Range {
+    template <typename T> struct Range {
         Range() {}
         Range(const Range&) {}
         Range& operator=(const Range&) { return *this; }

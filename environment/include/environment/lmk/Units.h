@@ -52,11 +52,11 @@ enum t_unit {
     U_G_ACC = 35, // "G"
     U_M_S3 = 36,  // "m/s3"
     // curvature, area, volume, density
-    U_PER_M = 37,  // "1/m"
-    U_M2 = 38,     // "m2"
-    U_M3 = 39,     // "m3"
-    U_L = 40,      // "l"
-    U_KG_M3 = 41,  // "kg/m3"
+    U_PER_M = 37, // "1/m"
+    U_M2 = 38,    // "m2"
+    U_M3 = 39,    // "m3"
+    U_L = 40,     // "l"
+    U_KG_M3 = 41, // "kg/m3"
     // electricity, light, sound
     U_V = 42,   // "V"
     U_A = 43,   // "A"
