@@ -66,30 +66,13 @@ const char* typeText(t_ParameterType type) {
 }
 
 bool typeFromText(const char* text, t_ParameterType& type) {
-    // The first letters differ: one comparison per parameter of a file.
-    switch (text[0]) {
-    case 'b':
-        type = ParameterBool;
-        return is(text, "bool");
-    case 'i':
-        type = ParameterInt;
-        return is(text, "int");
-    case 'r':
-        type = ParameterReal;
-        return is(text, "real");
-    case 'f':
-        type = ParameterFloat;
-        return is(text, "float");
-    case 'v':
-        type = ParameterVector;
-        return is(text, "vector");
-    case 'c':
-        type = ParameterChoice;
-        return is(text, "choice");
-    case 's':
-        type = ParameterString;
-        return is(text, "string");
-    }
+    // The type names differ in their first letter: most entries are turned down
+    // without a call.
+    for (const TypeName& entry : typeNames)
+        if (entry.text[0] == text[0] && std::strcmp(entry.text, text) == 0) {
+            type = entry.type;
+            return true;
+        }
     return false;
 }
 
