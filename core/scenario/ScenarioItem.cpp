@@ -4,7 +4,9 @@
 #include <scenario/Enum.h>
 #include <scenario/EnumTab.h>
 #include <scenario/Folders.h>
+#include <scenario/Function.h>
 #include <scenario/Group.h>
+#include <scenario/Parameter.h>
 #include <scenario/Program.h>
 #include <scenario/Variable.h>
 
@@ -180,8 +182,15 @@ ScenarioItem* CreateItem(uint32_t kind, const std::string& name, ItemLoadContext
     case ITEM_FOLDER:
         item = new Folders();
         break;
+    case ITEM_FUNCTION:
+        item = new Function();
+        break;
     case ITEM_GROUP:
         item = new Group();
+        break;
+    case ITEM_PARAMETER:
+    case ITEM_RETURN:
+        item = new Parameter();
         break;
     case ITEM_PROGRAM:
         item = new Program();

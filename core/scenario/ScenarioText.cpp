@@ -2,6 +2,10 @@
 
 #include <scenario/ScenarioItem.h>
 
+#include <scenario/Parameter.h>
+
+#include "ModelIndex.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -285,6 +289,10 @@ ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoa
             parent->GetChildren(held);
             if (std::find(held.begin(), held.end(), item) != held.end()) {
                 parent->RemoveChild(item);
+                // A parameter hands a removed call back to the caller instead of
+                // destroying it.
+                if (dynamic_cast<Parameter*>(parent) != nullptr)
+                    delete item;
                 return nullptr;
             }
         }
@@ -319,8 +327,13 @@ ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoa
                 scenarioDepth = 0;
                 return fail();
             }
-            if (ReadItem(stream, item, context, false) == nullptr)
+            ScenarioItem* child = ReadItem(stream, item, context, false);
+            if (child == nullptr)
                 return fail();
+            // A child that the item accepted but doesn't keep (a call directly
+            // under a call) is read and dropped.
+            if (child->parent != item)
+                delete child;
         }
     } catch (...) {
         // A value that doesn't convert goes up to the caller; an item that no
@@ -334,6 +347,7 @@ ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoa
 ScenarioItem* LoadScenarioText(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoadContext* context,
                                std::ostream* log, bool headerOnly) {
     scenarioLog = log;
+    ModelIndex::LoadScope scope;
     return ReadItem(stream, parent, context, headerOnly);
 }
 
@@ -374,6 +388,7 @@ ScenarioItem* LoadScenarioFile(const char* path, std::ostream* log, bool headerO
 
     ScenarioTextStream stream(buffer.get(), static_cast<size_t>(size) + 1);
     ItemLoadContext context;
+    ModelIndex::LoadScope scope;
     ScenarioItem* item = ReadItem(stream, nullptr, &context, headerOnly);
     if (item != nullptr)
         return item;

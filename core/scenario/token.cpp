@@ -1,5 +1,7 @@
 #include <scenario/Token.h>
 
+#include "ModelIndex.h"
+
 #include <climits>
 #include <string>
 
@@ -124,12 +126,13 @@ void LinkModel(Token* item, const char* listName) {
     ScenarioItem* root = GetModelRoot(item);
     if (root == nullptr)
         AssertAbort(kSource, 271);
-    const std::string noScope;
-    ScenarioItem* folder = root->FindItem(ITEM_FOLDER, listName, noScope);
+    // While a text loads, the model's answers come from an index rather than from
+    // a walk of the model for each item.
+    ScenarioItem* folder = ModelIndex::Find(root, ITEM_FOLDER, listName, item);
     if (folder == nullptr)
         AssertAbort(kSource, 275);
     const uint32_t wanted = item->kind == ITEM_ELSE_ACTION ? ITEM_ACTION : item->kind;
-    item->SetModel(dynamic_cast<Token*>(folder->FindItem(wanted, item->name, noScope)));
+    item->SetModel(dynamic_cast<Token*>(ModelIndex::Find(folder, wanted, item->name, item)));
 }
 
 void ResetMarks(Token* item) {

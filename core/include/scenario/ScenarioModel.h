@@ -5,9 +5,12 @@
 #include <scenario/Enum.h>
 #include <scenario/EnumTab.h>
 #include <scenario/Folders.h>
+#include <scenario/Function.h>
 #include <scenario/Group.h>
+#include <scenario/Parameter.h>
 #include <scenario/ParameterValue.h>
 #include <scenario/Program.h>
+#include <scenario/RuntimeTables.h>
 #include <scenario/ScenarioItem.h>
 #include <scenario/Token.h>
 #include <scenario/Variable.h>

@@ -1,0 +1,602 @@
+#include <scenario/Function.h>
+
+#include <scenario/RuntimeTables.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <ostream>
+
+namespace {
+
+const char* const kSource = "function";
+
+bool IsParameterKind(uint32_t kind) {
+    return kind == ITEM_PARAMETER || kind == ITEM_RETURN;
+}
+
+Parameter* AsParameter(ScenarioItem* item) {
+    return item != nullptr && IsParameterKind(item->kind) ? dynamic_cast<Parameter*>(item) : nullptr;
+}
+
+// Whether a call returning `returned` may fill a parameter of type `wanted`:
+// the same type, or FLOAT and INTEGER for one another.
+bool ReturnFits(const std::string& wanted, const std::string& returned) {
+    return wanted == returned || (wanted == "FLOAT" && returned == "INTEGER") ||
+           (wanted == "INTEGER" && returned == "FLOAT");
+}
+
+// The operator of the five arithmetic calls, which show as "a + b"; null for
+// any other name.
+const char* ArithmeticOperator(const std::string& name) {
+    if (name == "DIVIDE")
+        return "/";
+    if (name == "MINUS")
+        return "-";
+    if (name == "MODULO")
+        return "%";
+    if (name == "MULTIPLY")
+        return "x";
+    if (name == "PLUS")
+        return "+";
+    return nullptr;
+}
+
+template <typename Item, typename Out> void CollectKindBelow(Item* item, uint32_t kind, Out& out) {
+    std::vector<ScenarioItem*> children;
+    item->GetChildren(children);
+    for (Item* child : children) {
+        if (child == nullptr)
+            AssertAbort(kSource, 131);
+        if (child->kind == kind)
+            out.push_back(child);
+        CollectKindBelow(child, kind, out);
+    }
+}
+
+// A copy of a definition's parameter for an upgraded call: an instance of the
+// same definition, with the definition's default KIND and VALUE.
+Parameter* CloneParameter(const Parameter* source) {
+    std::unique_ptr<ScenarioItem> copy(const_cast<Parameter*>(source)->Clone());
+    Parameter* parameter = dynamic_cast<Parameter*>(copy.get());
+    if (parameter != nullptr)
+        copy.release();
+    return parameter;
+}
+
+// The definition's parameter at `index`; an upgrade that needs one the
+// definition lacks ends the process.
+const Parameter* DefinitionParameter(const Function& definition, size_t index) {
+    if (index >= definition.parameters.size() || definition.parameters[index] == nullptr)
+        AssertAbort(kSource, 161);
+    return definition.parameters[index];
+}
+
+} // namespace
+
+Function* AsFunction(ScenarioItem* item) {
+    return item != nullptr && IsCallableKind(item->kind) ? dynamic_cast<Function*>(item) : nullptr;
+}
+
+Function::Function() {
+    ResetMarks(this);
+}
+
+Function::~Function() {
+    for (Parameter* parameter : parameters)
+        delete parameter;
+    delete returnParameter;
+}
+
+void Function::GetChildren(std::vector<ScenarioItem*>& out, uint32_t kindFilter) const {
+    if (kindFilter == ITEM_NONE || kindFilter == ITEM_PARAMETER)
+        out.insert(out.end(), parameters.begin(), parameters.end());
+}
+
+void Function::DetachChildren() {
+    parameters.clear();
+}
+
+void Function::AddChild(ScenarioItem* child, ScenarioItem* reference, bool after) {
+    Parameter* parameter = AsParameter(child);
+    if (parameter == nullptr)
+        return;
+    auto it =
+        reference != nullptr ? std::find(parameters.begin(), parameters.end(), reference) : parameters.end();
+    if (it != parameters.end())
+        parameters.insert(after ? it + 1 : it, parameter);
+    else if (after)
+        parameters.push_back(parameter);
+    else
+        parameters.insert(parameters.begin(), parameter);
+    parameter->parent = this;
+}
+
+void Function::RemoveChild(ScenarioItem* child) {
+    if (child == nullptr)
+        return;
+    if (child->kind == ITEM_RETURN && child == returnParameter) {
+        delete returnParameter;
+        returnParameter = nullptr;
+        return;
+    }
+    auto it = std::find(parameters.begin(), parameters.end(), child);
+    if (it == parameters.end())
+        return;
+    parameters.erase(it);
+    if (child->parent == this)
+        delete child;
+}
+
+void Function::ReplaceChild(ScenarioItem* newChild, ScenarioItem* oldChild) {
+    Parameter* parameter = AsParameter(newChild);
+    if (parameter == nullptr)
+        return;
+    std::replace(parameters.begin(), parameters.end(), static_cast<Parameter*>(oldChild), parameter);
+    parameter->parent = this;
+}
+
+void Function::SwapChildren(ScenarioItem* a, ScenarioItem* b) {
+    if (AsParameter(a) == nullptr || AsParameter(b) == nullptr)
+        return;
+    auto first = std::find(parameters.begin(), parameters.end(), a);
+    auto second = std::find(parameters.begin(), parameters.end(), b);
+    if (first != parameters.end() && second != parameters.end())
+        std::iter_swap(first, second);
+}
+
+void Function::SaveChildren(std::ostream& out) {
+    for (Parameter* parameter : parameters)
+        parameter->Save(out);
+    if (returnParameter != nullptr)
+        returnParameter->Save(out);
+}
+
+bool Function::AcceptsChildKind(uint32_t childKind) {
+    return childKind == ITEM_PARAMETER || childKind == ITEM_FUNCTION;
+}
+
+bool Function::LinkToDefinition(const char* listName, const char* definitionReturnType) {
+    if (!ScenarioItem::OnLoadBegin())
+        return false;
+    LinkModel(this, listName);
+    if (model == this)
+        returnType = definitionReturnType;
+    return model != nullptr;
+}
+
+bool Function::OnLoadBegin() {
+    return LinkToDefinition("FUNCTION_LIST", "FLOAT");
+}
+
+bool Function::OnLoadEnd() {
+    if (model == nullptr)
+        AssertAbort(kSource, 101);
+    Function* definition = AsFunction(model);
+    if (definition == nullptr)
+        AssertAbort(kSource, 102);
+    SetFunctionModel(model);
+    if (!Token::OnLoadEnd())
+        return false;
+
+    // The first parameter read as RETURN is the return parameter; a second one
+    // refuses the call (and stays with its parameters, to be destroyed with it).
+    bool result = true;
+    for (auto it = parameters.begin(); it != parameters.end();) {
+        Parameter* parameter = *it;
+        if (!parameter->isReturn) {
+            ++it;
+        } else if (returnParameter == nullptr) {
+            returnParameter = parameter;
+            returnType = parameter->GetType();
+            it = parameters.erase(it);
+        } else {
+            result = false;
+            ++it;
+        }
+    }
+    if (!result || parameters.size() != definition->parameters.size())
+        return false;
+    if (definition == this)
+        return true;
+    for (size_t i = 0; i < parameters.size(); ++i) {
+        if (parameters[i]->name == definition->parameters[i]->name)
+            continue;
+        // An overloadable definition takes other parameters in its places; they
+        // are marked, with the flag that has no other use in a call.
+        if (definition->overloadable != "1")
+            return false;
+        parameters[i]->isReturn = true;
+    }
+    return true;
+}
+
+void Function::SetFunctionModel(Token* definitionToken) {
+    if (definitionToken == this)
+        return;
+    Function* definition = AsFunction(definitionToken);
+    if (definition == nullptr)
+        return;
+    const std::string noScope;
+    auto find = [&](ScenarioItem* where, const char* parameterName) {
+        return AsParameter(where->FindItem(ITEM_PARAMETER, parameterName, noScope));
+    };
+
+    if (name == "GET_EXPORTED_CHANNEL") {
+        Parameter* old = find(this, "USER_DATA_ID");
+        Parameter* channel = find(definition, "CHANNEL_ID");
+        Function* owner = old != nullptr ? AsFunction(old->parent) : nullptr;
+        if (owner != nullptr && channel != nullptr) {
+            if (Parameter* replacement = CloneParameter(channel)) {
+                replacement->value = old->value;
+                owner->ReplaceChild(replacement, old);
+                delete old;
+            }
+        }
+    }
+    if (name == "IS_VHL_AT_POSITION" && find(this, "MAP_RADIUS") == nullptr) {
+        Parameter* radius = find(definition, "MAP_RADIUS");
+        if (radius == nullptr)
+            AssertAbort(kSource, 160);
+        AddChild(CloneParameter(radius), radius, true);
+    }
+    if (name == "SET_IMAGE" && find(this, "DISPLAY_TIME") == nullptr &&
+        find(definition, "CHANNEL_NAME") != nullptr) {
+        const Parameter* displayTime = DefinitionParameter(*definition, 6);
+        AddChild(CloneParameter(displayTime), const_cast<Parameter*>(displayTime), true);
+    }
+    if (name == "INIT_ANIMATION") {
+        if (Parameter* vehicle = find(this, "VHL_NUMBER_PLUS")) {
+            if (parameters.size() < 4)
+                AssertAbort(kSource, 162);
+            const Parameter* objectName = DefinitionParameter(*definition, 1);
+            const Parameter* objectType = DefinitionParameter(*definition, 3);
+            const Parameter* objectNumber = DefinitionParameter(*definition, 4);
+            // Read now: the parameter may stand among those removed next.
+            const std::string vehicleNumber = vehicle->value;
+            RemoveChild(parameters[1]);
+            RemoveChild(parameters[1]);
+            const std::string kept = parameters[1]->value;
+            RemoveChild(parameters[1]);
+            Parameter* first = CloneParameter(objectName);
+            Parameter* second = CloneParameter(objectType);
+            Parameter* third = CloneParameter(objectNumber);
+            first->value = kept;
+            if (vehicleNumber == "-1") {
+                second->value = "ANIMATED_OBJECT_TYPE_DATABASE";
+                third->value = "0";
+            } else {
+                second->value = "ANIMATED_OBJECT_TYPE_VEHICLE";
+                third->value = vehicleNumber;
+            }
+            if (Parameter* stillThere = find(this, "VHL_NUMBER_PLUS"))
+                if (Function* owner = AsFunction(stillThere->parent))
+                    owner->RemoveChild(stillThere);
+            AddChild(first, parameters.empty() ? nullptr : parameters[0], true);
+            AddChild(second, nullptr, true);
+            AddChild(third, nullptr, true);
+        }
+    }
+    if (name == "SNAPSHOT" && find(this, "SUFFIX") == nullptr &&
+        find(definition, "CHANNEL_NAME") != nullptr) {
+        const Parameter* suffix = DefinitionParameter(*definition, 1);
+        AddChild(CloneParameter(suffix), const_cast<Parameter*>(suffix), true);
+    }
+    if (name == "ADD_TIME_MARKER" && find(this, "MARKER_KEYWORDS") == nullptr &&
+        find(definition, "MARKER_NOTE") != nullptr) {
+        const Parameter* keywords = DefinitionParameter(*definition, 1);
+        Parameter* copy = CloneParameter(keywords);
+        copy->SetName("MARKER_KEYWORDS");
+        AddChild(copy, const_cast<Parameter*>(keywords), true);
+    }
+}
+
+void Function::UpdateDisplayTextTree() {
+    std::vector<ScenarioItem*> children;
+    GetChildren(children);
+    std::vector<Function*> calls;
+    for (ScenarioItem* child : children) {
+        if (child == nullptr)
+            AssertAbort(kSource, 131);
+        if (IsCallableKind(child->kind)) {
+            Function* call = AsFunction(child);
+            if (call == nullptr)
+                AssertAbort(kSource, 132);
+            call->boundParameter = nullptr;
+            calls.push_back(call);
+        } else if (child->kind != ITEM_PARAMETER) {
+            AssertAbort(kSource, 132);
+        }
+    }
+
+    // A call placed beside the parameters goes into a parameter that waits for
+    // one: first those whose KIND already says so, then those whose definition
+    // allows a call returning that type. The parameter owns it from then on.
+    auto bind = [this](Function* call, Parameter* parameter) {
+        call->boundParameter = parameter;
+        parameter->SetFunction(call);
+        RemoveChild(call);
+    };
+    for (Function* call : calls) {
+        for (Parameter* parameter : parameters) {
+            if (parameter->valueKind == "FUNCTION" && parameter->functionValue == nullptr) {
+                bind(call, parameter);
+                break;
+            }
+        }
+    }
+    for (Function* call : calls) {
+        if (call->boundParameter != nullptr)
+            continue;
+        const Function* callDefinition = AsFunction(call->model);
+        if (callDefinition == nullptr)
+            continue;
+        for (Parameter* parameter : parameters) {
+            const Parameter* definition = dynamic_cast<const Parameter*>(parameter->model);
+            if (parameter->functionValue != nullptr || definition == nullptr)
+                continue;
+            const bool takesCalls = std::find(definition->kindList.begin(), definition->kindList.end(),
+                                              "FUNCTION") != definition->kindList.end();
+            if (takesCalls && ReturnFits(definition->GetType(), callDefinition->returnType)) {
+                bind(call, parameter);
+                parameter->SetKind("FUNCTION");
+                break;
+            }
+        }
+    }
+
+    for (Function* call : calls)
+        call->UpdateDisplayTextTree();
+    for (Parameter* parameter : parameters)
+        parameter->UpdateDisplayTextTree();
+    UpdateValidity();
+    UpdateDisplayText();
+}
+
+void Function::UpdateDisplayText() {
+    if (model == this) {
+        displayText = name + "    (" + label + ")    (" + code + ")";
+        return;
+    }
+    const Function* definition = AsFunction(model);
+    if (definition == nullptr)
+        definition = this;
+    auto textOf = [this](size_t index) {
+        return index < parameters.size() ? parameters[index]->displayText : std::string();
+    };
+    if (ArithmeticOperator(name) != nullptr) {
+        const char* sign = ArithmeticOperator(definition->name);
+        displayText = textOf(0) + " " + (sign != nullptr ? sign : "") + " " + textOf(1);
+        return;
+    }
+    std::string text = definition->label + "  (";
+    for (size_t i = 0; i < parameters.size(); ++i) {
+        if (i > 0)
+            text += ",  ";
+        text += parameters[i]->displayText;
+    }
+    displayText = text + ")";
+}
+
+ScenarioItem* Function::FindItem(uint32_t wantedKind, const std::string& wantedName,
+                                 const std::string& scope) {
+    if (!scope.empty()) {
+        const ScenarioItem* fileScope = IsFileScopeKind(kind) ? this : FindFileScope(parent);
+        if (fileScope == nullptr || (fileScope->fileName != scope && fileScope->kind != ITEM_SCENARIO))
+            return nullptr;
+    }
+    if (kind == wantedKind && name == wantedName)
+        return this;
+    const std::string noScope;
+    std::vector<ScenarioItem*> children;
+    GetChildren(children);
+    for (ScenarioItem* child : children) {
+        if (child == nullptr)
+            AssertAbort(kSource, 131);
+        if (ScenarioItem* hit = child->FindItem(wantedKind, wantedName, noScope))
+            return hit;
+    }
+    for (Parameter* parameter : parameters)
+        if (ScenarioItem* hit = parameter->FindItem(wantedKind, wantedName, noScope))
+            return hit;
+    return nullptr;
+}
+
+const ScenarioItem* Function::FindItem(uint32_t wantedKind, const std::string& wantedName,
+                                       const std::string& scope) const {
+    if (!scope.empty()) {
+        const ScenarioItem* fileScope = IsFileScopeKind(kind) ? this : FindFileScope(parent);
+        if (fileScope == nullptr || (fileScope->fileName != scope && fileScope->kind != ITEM_SCENARIO))
+            return nullptr;
+    }
+    if (kind == wantedKind && name == wantedName)
+        return this;
+    const std::string noScope;
+    std::vector<ScenarioItem*> children;
+    GetChildren(children);
+    for (const ScenarioItem* child : children) {
+        if (child == nullptr)
+            AssertAbort(kSource, 131);
+        if (const ScenarioItem* hit = child->FindItem(wantedKind, wantedName, noScope))
+            return hit;
+    }
+    // This twin hands the scope on to the parameters as it came.
+    for (const Parameter* parameter : parameters)
+        if (const ScenarioItem* hit = parameter->FindItem(wantedKind, wantedName, scope))
+            return hit;
+    return nullptr;
+}
+
+bool Function::ContainsItem(const ScenarioItem* item) const {
+    if (item == this)
+        return true;
+    std::vector<ScenarioItem*> children;
+    GetChildren(children);
+    for (const ScenarioItem* child : children) {
+        if (child == nullptr)
+            AssertAbort(kSource, 131);
+        if (child->ContainsItem(item))
+            return true;
+    }
+    for (const Parameter* parameter : parameters)
+        if (parameter->ContainsItem(item))
+            return true;
+    return false;
+}
+
+bool Function::LoadModelAttribute(ScenarioTextStream& stream) {
+    std::string words;
+    switch (stream.Peek()) {
+    case 'L':
+        return Token::LoadModelAttribute(stream);
+    case 'I':
+        return overloadable.empty() && ReadStringAttribute(stream, "IS_OVERLOADABLE", overloadable);
+    case 'C':
+        if (!code.empty() || !ReadStringAttribute(stream, "CODE", code))
+            return false;
+        codeNumber = std::atoi(code.c_str());
+        return true;
+    case 'W':
+        // Any wizard is kept; only the two map tools count as known.
+        if (!wizard.empty() || !ReadStringAttribute(stream, "WIZARD", wizard))
+            return false;
+        return wizard == "MAPTOOL" || wizard == "MAPTOOLRECT";
+    case 'S':
+        if (!seeAlso.empty() || !ReadStringAttribute(stream, "SEE_ALSO", words))
+            return false;
+        SplitWords(words, seeAlso);
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool Function::LoadUserAttribute(ScenarioTextStream&) {
+    return false;
+}
+
+void Function::SaveModelAttributes(std::ostream& out) {
+    Token::SaveModelAttributes(out);
+    if (overloadable == "1")
+        WriteAttribute(out, "IS_OVERLOADABLE", overloadable.c_str());
+    WriteAttribute(out, "CODE", code.c_str());
+    WriteAttribute(out, "WIZARD", wizard.c_str());
+    char words[1024];
+    JoinWords(seeAlso, words, sizeof(words));
+    WriteAttribute(out, "SEE_ALSO", words);
+}
+
+void Function::SaveUserAttributes(std::ostream&) {}
+
+void Function::CopyModelAttributes(Token* target) {
+    Function* copy = target != nullptr ? AsFunction(target) : nullptr;
+    if (copy == nullptr)
+        AssertAbort(kSource, 210);
+    copy->code = code;
+    copy->codeNumber = codeNumber;
+    copy->returnType = returnType;
+    copy->wizard = wizard;
+    copy->overloadable = overloadable == "1" ? "1" : "0";
+    if (returnParameter != nullptr) {
+        Parameter* returned = CloneParameter(returnParameter);
+        if (copy->returnParameter != nullptr && copy->returnParameter->parent == copy)
+            delete copy->returnParameter;
+        copy->returnParameter = returned;
+        if (returned != nullptr)
+            returned->parent = copy;
+    }
+}
+
+void Function::CopyUserAttributes(Token* target) {
+    target->SetModel(model);
+    if (Function* copy = AsFunction(target))
+        copy->weight = weight;
+}
+
+void Function::UpdateValidity() {
+    valid = false;
+    // An evaluation call means something only within criteria.
+    if (name.compare(0, 10, "EVALUATION") == 0) {
+        const ScenarioItem* ancestor = parent;
+        while (ancestor != nullptr && ancestor->kind != ITEM_CRITERIA)
+            ancestor = ancestor->parent;
+        if (ancestor == nullptr)
+            return;
+    }
+    std::vector<ScenarioItem*> children;
+    GetChildren(children);
+    for (const ScenarioItem* child : children) {
+        if (child == nullptr)
+            AssertAbort(kSource, 131);
+        if (!child->IsValid())
+            return;
+    }
+    bool parametersValid = true;
+    for (Parameter* parameter : parameters) {
+        parameter->UpdateValidity();
+        parametersValid = parametersValid && parameter->IsValid();
+    }
+    if (!parametersValid)
+        return;
+    // A call standing directly where parameters stand must fill one of them.
+    if (parent != nullptr && parent->AcceptsChildKind(ITEM_PARAMETER) && boundParameter == nullptr)
+        return;
+    valid = true;
+}
+
+void Function::CollectAllItems(uint32_t wantedKind, const std::string& wantedName,
+                               std::vector<ScenarioItem*>& out) {
+    if (kind == wantedKind && name == wantedName)
+        out.push_back(this);
+    CollectKindBelow<ScenarioItem>(this, wantedKind, out);
+}
+
+void Function::CollectAllItems(uint32_t wantedKind, const std::string& wantedName,
+                               std::vector<const ScenarioItem*>& out) const {
+    if (kind == wantedKind && name == wantedName)
+        out.push_back(this);
+    CollectKindBelow<const ScenarioItem>(this, wantedKind, out);
+}
+
+void Function::CollectAllItemsOfKind(uint32_t wantedKind, std::vector<ScenarioItem*>& out) {
+    if (kind == wantedKind)
+        out.push_back(this);
+    CollectKindBelow<ScenarioItem>(this, wantedKind, out);
+}
+
+void Function::CollectAllItemsOfKind(uint32_t wantedKind, std::vector<const ScenarioItem*>& out) const {
+    if (kind == wantedKind)
+        out.push_back(this);
+    CollectKindBelow<const ScenarioItem>(this, wantedKind, out);
+}
+
+const Function* Function::RootDefinition() const {
+    const Token* definition = this;
+    for (size_t steps = 0; definition->model != definition; ++steps) {
+        if (definition->model == nullptr || steps > 1024)
+            return nullptr;
+        definition = definition->model;
+    }
+    return IsCallableKind(definition->kind) ? dynamic_cast<const Function*>(definition) : nullptr;
+}
+
+void Function::FillValues(ParameterValue* values, const char* source) {
+    if (parameters.size() > kRuntimeValueCount)
+        AssertAbort(source, 918);
+    for (size_t i = 0; i < parameters.size(); ++i)
+        parameters[i]->FillValue(values[i]);
+}
+
+float Function::Evaluate() {
+    const Function* definition = RootDefinition();
+    if (definition == nullptr || definition->codeNumber == -1)
+        return 0.0f;
+    // The entry is looked up first, so that a fault of the model is reported
+    // before any nested call runs.
+    const FunctionEntry* entry = FindFunctionEntry(definition->codeNumber);
+    if (entry == nullptr)
+        AssertAbort(kSource, 920);
+    ParameterValue values[kRuntimeValueCount];
+    FillValues(values, kSource);
+    return (*entry)(values);
+}
