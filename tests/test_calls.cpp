@@ -627,7 +627,16 @@ TEST_F(Calls, DefinitionsAreFoundAsByASearchAndSeeEditsBetweenLoads) {
     ASSERT_NE(script, nullptr);
     for (size_t i = 0; i < script->children.size(); ++i)
         EXPECT_EQ(static_cast<Function*>(script->children[i])->model, i % 2 ? extra : Definition("PLUS"));
-    // Removed between loads: not found any more.
+    // A name written straight into the field is seen too: the early definition
+    // wins again, and loses again when renamed back.
+    earlyPlus->name = "PLUS";
+    EXPECT_EQ(Script(body), nullptr);
+    earlyPlus->name = "EARLY";
+    EXPECT_NE(Script(body), nullptr);
+    // Removed between loads: not found any more; destroyed with its folder: the
+    // same.
     more->RemoveChild(extra);
+    EXPECT_EQ(Script(body), nullptr);
+    functions->RemoveChild(more);
     EXPECT_EQ(Script(body), nullptr);
 }

@@ -1,5 +1,7 @@
 #include <scenario/Config.h>
 
+#include "ModelIndex.h"
+
 Config::Config() = default;
 
 // The store is released; the children are not: only RemoveChild destroys them.
@@ -10,6 +12,7 @@ void Config::GetChildren(std::vector<ScenarioItem*>& out, uint32_t kindFilter) c
 }
 
 void Config::DetachChildren() {
+    ModelIndex::NoteChange(this);
     children.clear();
 }
 

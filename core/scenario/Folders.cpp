@@ -1,5 +1,7 @@
 #include <scenario/Folders.h>
 
+#include "ModelIndex.h"
+
 Folders::Folders() = default;
 
 Folders::~Folders() {
@@ -12,6 +14,7 @@ void Folders::GetChildren(std::vector<ScenarioItem*>& out, uint32_t kindFilter) 
 }
 
 void Folders::DetachChildren() {
+    ModelIndex::NoteChange(this);
     children.clear();
 }
 

@@ -87,11 +87,26 @@ constexpr WordEntry kWords[] = {
 // A run-time loop asks for the word of every parameter of every call it makes:
 // the comparisons are made only among the words of the same length and first
 // letter.
+// Whether two texts of the same length are equal. The texts are words of a few
+// letters, compared on every run-time call: a loop the compiler sees whole does
+// better than a call of memcmp.
+inline bool SameBytes(const char* a, const char* b, size_t length) {
+    for (size_t i = 0; i < length; ++i)
+        if (a[i] != b[i])
+            return false;
+    return true;
+}
+
+inline bool IsText(const std::string& text, std::string_view literal) {
+    return text.size() == literal.size() && SameBytes(text.data(), literal.data(), literal.size());
+}
+
 Word WordOf(std::string_view text) {
     if (text.empty())
         return Word::Unknown;
     for (const WordEntry& entry : kWords)
-        if (entry.text.size() == text.size() && entry.text[0] == text[0] && entry.text == text)
+        if (entry.text.size() == text.size() && entry.text[0] == text[0] &&
+            SameBytes(entry.text.data(), text.data(), text.size()))
             return entry.word;
     return Word::Unknown;
 }
@@ -102,13 +117,13 @@ enum class Type { Bool, Float, Integer, String, Other };
 Type TypeOf(const std::string& type) {
     switch (type.size()) {
     case 4:
-        return type == "BOOL" ? Type::Bool : Type::Other;
+        return IsText(type, "BOOL") ? Type::Bool : Type::Other;
     case 5:
-        return type == "FLOAT" ? Type::Float : Type::Other;
+        return IsText(type, "FLOAT") ? Type::Float : Type::Other;
     case 6:
-        return type == "STRING" ? Type::String : Type::Other;
+        return IsText(type, "STRING") ? Type::String : Type::Other;
     case 7:
-        return type == "INTEGER" ? Type::Integer : Type::Other;
+        return IsText(type, "INTEGER") ? Type::Integer : Type::Other;
     default:
         return Type::Other;
     }
@@ -195,6 +210,7 @@ void Parameter::GetChildren(std::vector<ScenarioItem*>& out, uint32_t kindFilter
 }
 
 void Parameter::DetachChildren() {
+    ModelIndex::NoteChange(this);
     functionValue = nullptr;
 }
 
@@ -204,6 +220,7 @@ void Parameter::AddChild(ScenarioItem* child, ScenarioItem*, bool) {
     Function* call = dynamic_cast<Function*>(child);
     if (call == nullptr)
         return;
+    ModelIndex::NoteChange(this);
     // The call this parameter held and owned would be lost otherwise.
     if (functionValue != nullptr && functionValue != call && functionValue->parent == this)
         delete functionValue;
@@ -212,14 +229,17 @@ void Parameter::AddChild(ScenarioItem* child, ScenarioItem*, bool) {
 }
 
 void Parameter::RemoveChild(ScenarioItem* child) {
-    if (child != nullptr && child->kind == ITEM_FUNCTION && child == functionValue)
+    if (child != nullptr && child->kind == ITEM_FUNCTION && child == functionValue) {
+        ModelIndex::NoteChange(this);
         functionValue = nullptr;
+    }
 }
 
 void Parameter::ReplaceChild(ScenarioItem* newChild, ScenarioItem* oldChild) {
     if (newChild == nullptr || newChild->kind != ITEM_FUNCTION || oldChild != functionValue)
         return;
     if (Function* call = dynamic_cast<Function*>(newChild)) {
+        ModelIndex::NoteChange(this);
         functionValue = call;
         call->parent = this;
     }
@@ -236,6 +256,7 @@ bool Parameter::AcceptsChildKind(uint32_t childKind) {
 bool Parameter::OnLoadBegin() {
     // In memory there are only parameters; a RETURN is remembered as a mark.
     if (kind == ITEM_RETURN) {
+        ModelIndex::NoteChange(this);
         kind = ITEM_PARAMETER;
         isReturn = true;
     }
@@ -673,6 +694,11 @@ bool Parameter::CheckValueFormat() {
 }
 
 const std::string& Parameter::GetType() const {
+    // The common chain is one step, to a definition that stands for itself: its
+    // class is known from the last time.
+    if (model != nullptr && model == typeSourceModel_ && model->model == model &&
+        model->kind == ITEM_PARAMETER)
+        return typeSource_->type;
     const Token* definition = this;
     // A definition points at itself; an instance may point at another instance.
     for (size_t steps = 0; definition->model != nullptr && definition->model != definition; ++steps) {
@@ -681,6 +707,10 @@ const std::string& Parameter::GetType() const {
             break;
     }
     const Parameter* parameter = dynamic_cast<const Parameter*>(definition);
+    if (parameter != nullptr && definition == model && model->model == model) {
+        typeSourceModel_ = model;
+        typeSource_ = parameter;
+    }
     return parameter != nullptr ? parameter->type : type;
 }
 
@@ -697,7 +727,7 @@ void Parameter::SetOwnerFile(const std::string& file) {
 
 void Parameter::SetFunction(Function* function) {
     if (function == nullptr)
-        functionValue = nullptr;
+        DetachChildren();
     else
         AddChild(function, nullptr, false);
 }
@@ -706,7 +736,7 @@ ScenarioItem* Parameter::FindEnumTab(const std::string& tabName) {
     ScenarioItem* root = GetModelRoot(this);
     if (root == nullptr)
         AssertAbort(kSource, 1153);
-    ScenarioItem* tabs = ModelIndex::Find(root, ITEM_FOLDER, "ENUMTAB_LIST", this);
+    ScenarioItem* tabs = ModelIndex::FindList(root, "ENUMTAB_LIST", this);
     if (tabs == nullptr)
         AssertAbort(kSource, 1157);
     return ModelIndex::Find(tabs, ITEM_ENUMTAB, tabName, this);
@@ -720,7 +750,8 @@ ScenarioItem* Parameter::FindEnumEntry(const std::string& tabName, const std::st
 }
 
 double Parameter::NumberOfValue() {
-    if (!numberKnown_ || numberText_ != value) {
+    if (!numberKnown_ || numberText_.size() != value.size() ||
+        !SameBytes(numberText_.data(), value.data(), value.size())) {
         numberText_ = value;
         number_ = std::atof(value.c_str());
         numberKnown_ = true;

@@ -12,6 +12,8 @@
 
 #include <environment/lmkUtils/EnvConfig.h>
 
+#include "ModelIndex.h"
+
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -211,7 +213,11 @@ ScenarioItem* CreateItem(uint32_t kind, const std::string& name, ItemLoadContext
 
 ScenarioItem::ScenarioItem(ScenarioItem* parentItem) : parent(parentItem) {}
 
-ScenarioItem::~ScenarioItem() = default;
+ScenarioItem::~ScenarioItem() {
+    // An index that knows this item must not outlive it.
+    if (indexMarks != 0)
+        ModelIndex::ForgetAll();
+}
 
 void ScenarioItem::GetChildren(std::vector<ScenarioItem*>&, uint32_t) const {}
 
@@ -223,6 +229,7 @@ void ScenarioItem::RemoveAllChildren() {
 }
 
 void ScenarioItem::SetName(const std::string& newName) {
+    ModelIndex::NoteChange(this);
     name = newName;
 }
 
@@ -577,6 +584,7 @@ void AddChild(std::vector<ScenarioItem*>& children, ScenarioItem* owner, Scenari
               ScenarioItem* reference, bool after) {
     if (child == nullptr)
         AssertAbort("core/include/scenario/ScenarioItem", 251);
+    ModelIndex::NoteChange(owner);
     auto it = reference != nullptr ? std::find(children.begin(), children.end(), reference) : children.end();
     if (it != children.end())
         children.insert(after ? it + 1 : it, child);
@@ -591,6 +599,7 @@ void RemoveChild(std::vector<ScenarioItem*>& children, ScenarioItem* owner, Scen
     auto it = std::find(children.begin(), children.end(), child);
     if (it == children.end())
         return;
+    ModelIndex::NoteChange(owner);
     children.erase(it);
     if (child != nullptr && child->parent == owner)
         delete child;
@@ -598,6 +607,7 @@ void RemoveChild(std::vector<ScenarioItem*>& children, ScenarioItem* owner, Scen
 
 void ReplaceChild(std::vector<ScenarioItem*>& children, ScenarioItem* owner, ScenarioItem* newChild,
                   ScenarioItem* oldChild) {
+    ModelIndex::NoteChange(owner);
     std::replace(children.begin(), children.end(), oldChild, newChild);
     if (newChild != nullptr)
         newChild->parent = owner;
@@ -606,8 +616,10 @@ void ReplaceChild(std::vector<ScenarioItem*>& children, ScenarioItem* owner, Sce
 void SwapChildren(std::vector<ScenarioItem*>& children, ScenarioItem* a, ScenarioItem* b) {
     auto first = std::find(children.begin(), children.end(), a);
     auto second = std::find(children.begin(), children.end(), b);
-    if (first != children.end() && second != children.end())
+    if (first != children.end() && second != children.end()) {
+        ModelIndex::NoteChange(a->parent);
         std::iter_swap(first, second);
+    }
 }
 
 } // namespace ScenarioItemStore

@@ -2,6 +2,8 @@
 
 #include <scenario/RuntimeTables.h>
 
+#include "ModelIndex.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
@@ -94,6 +96,7 @@ void Function::GetChildren(std::vector<ScenarioItem*>& out, uint32_t kindFilter)
 }
 
 void Function::DetachChildren() {
+    ModelIndex::NoteChange(this);
     parameters.clear();
 }
 
@@ -101,6 +104,7 @@ void Function::AddChild(ScenarioItem* child, ScenarioItem* reference, bool after
     Parameter* parameter = AsParameter(child);
     if (parameter == nullptr)
         return;
+    ModelIndex::NoteChange(this);
     auto it =
         reference != nullptr ? std::find(parameters.begin(), parameters.end(), reference) : parameters.end();
     if (it != parameters.end())
@@ -115,6 +119,7 @@ void Function::AddChild(ScenarioItem* child, ScenarioItem* reference, bool after
 void Function::RemoveChild(ScenarioItem* child) {
     if (child == nullptr)
         return;
+    ModelIndex::NoteChange(this);
     if (child->kind == ITEM_RETURN && child == returnParameter) {
         delete returnParameter;
         returnParameter = nullptr;
@@ -132,6 +137,7 @@ void Function::ReplaceChild(ScenarioItem* newChild, ScenarioItem* oldChild) {
     Parameter* parameter = AsParameter(newChild);
     if (parameter == nullptr)
         return;
+    ModelIndex::NoteChange(this);
     std::replace(parameters.begin(), parameters.end(), static_cast<Parameter*>(oldChild), parameter);
     parameter->parent = this;
 }
@@ -141,8 +147,10 @@ void Function::SwapChildren(ScenarioItem* a, ScenarioItem* b) {
         return;
     auto first = std::find(parameters.begin(), parameters.end(), a);
     auto second = std::find(parameters.begin(), parameters.end(), b);
-    if (first != parameters.end() && second != parameters.end())
+    if (first != parameters.end() && second != parameters.end()) {
+        ModelIndex::NoteChange(this);
         std::iter_swap(first, second);
+    }
 }
 
 void Function::SaveChildren(std::ostream& out) {
@@ -162,6 +170,11 @@ bool Function::LinkToDefinition(const char* listName, const char* definitionRetu
     LinkModel(this, listName);
     if (model == this)
         returnType = definitionReturnType;
+    // The parameters are read next and then compared with the definition's: in a
+    // large model those lie far away, and are fetched while the reading goes on.
+    if (const Function* definition = model != this ? AsFunction(model) : nullptr)
+        for (const Parameter* parameter : definition->parameters)
+            __builtin_prefetch(parameter);
     return model != nullptr;
 }
 
@@ -187,6 +200,7 @@ bool Function::OnLoadEnd() {
         if (!parameter->isReturn) {
             ++it;
         } else if (returnParameter == nullptr) {
+            ModelIndex::NoteChange(this);
             returnParameter = parameter;
             returnType = parameter->GetType();
             it = parameters.erase(it);
@@ -199,6 +213,10 @@ bool Function::OnLoadEnd() {
         return false;
     if (definition == this)
         return true;
+    // The definition's parameters lie far apart in a large model: all of them are
+    // asked for at once, so that their reads overlap.
+    for (const Parameter* parameter : definition->parameters)
+        __builtin_prefetch(parameter);
     for (size_t i = 0; i < parameters.size(); ++i) {
         if (parameters[i]->name == definition->parameters[i]->name)
             continue;
@@ -571,13 +589,23 @@ void Function::CollectAllItemsOfKind(uint32_t wantedKind, std::vector<const Scen
 }
 
 const Function* Function::RootDefinition() const {
+    // The common chain is one step, to a definition that stands for itself: its
+    // class is known from the last time.
+    if (model != nullptr && model == rootModel_ && model->model == model && IsCallableKind(model->kind))
+        return rootDefinition_;
     const Token* definition = this;
     for (size_t steps = 0; definition->model != definition; ++steps) {
         if (definition->model == nullptr || steps > 1024)
             return nullptr;
         definition = definition->model;
     }
-    return IsCallableKind(definition->kind) ? dynamic_cast<const Function*>(definition) : nullptr;
+    const Function* function =
+        IsCallableKind(definition->kind) ? dynamic_cast<const Function*>(definition) : nullptr;
+    if (function != nullptr && definition == model && model->model == model) {
+        rootModel_ = model;
+        rootDefinition_ = function;
+    }
+    return function;
 }
 
 void Function::FillValues(ParameterValue* values, const char* source) {

@@ -128,7 +128,7 @@ void LinkModel(Token* item, const char* listName) {
         AssertAbort(kSource, 271);
     // While a text loads, the model's answers come from an index rather than from
     // a walk of the model for each item.
-    ScenarioItem* folder = ModelIndex::Find(root, ITEM_FOLDER, listName, item);
+    ScenarioItem* folder = ModelIndex::FindList(root, listName, item);
     if (folder == nullptr)
         AssertAbort(kSource, 275);
     const uint32_t wanted = item->kind == ITEM_ELSE_ACTION ? ITEM_ACTION : item->kind;

@@ -119,6 +119,11 @@ protected:
     void FillValues(ParameterValue* values, const char* source);
     /// The definition at the end of the chain of definitions.
     const Function* RootDefinition() const;
+
+private:
+    // The definition that RootDefinition found at the end of a one-step chain.
+    mutable const Token* rootModel_ = nullptr;
+    mutable const Function* rootDefinition_ = nullptr;
 };
 
 /// Whether the item is of a callable kind and made by a call class.

@@ -129,6 +129,9 @@ private:
     std::string numberText_;
     double number_ = 0.0;
     bool numberKnown_ = false;
+    // The definition that GetType found at the end of a one-step chain.
+    mutable const Token* typeSourceModel_ = nullptr;
+    mutable const Parameter* typeSource_ = nullptr;
 };
 
 /// Whether `word` is one of the words of KIND and KINDLIST.

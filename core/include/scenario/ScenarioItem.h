@@ -218,6 +218,12 @@ public:
     uint64_t reservedWord = 0;
     uint64_t hostWord = 0;
     uint64_t spareWord = 0;
+
+    /// Kept by the library's index of definitions, not for hosts: the item is
+    /// the root of an index, or an answer of one.
+    static constexpr uint8_t kIndexRoot = 1;
+    static constexpr uint8_t kIndexAnswer = 2;
+    uint8_t indexMarks = 0;
 };
 
 /// The children store shared by the plain containers: a vector in text order.
