@@ -2,7 +2,8 @@
 
 // Without libFuzzer a fuzzer gets this main instead: it runs each file given,
 // or each file under each folder given, so that a crashing input found
-// elsewhere can be replayed with any compiler.
+// elsewhere can be replayed with any compiler. It fails when there was nothing
+// to run, so that a seed corpus that went missing is noticed.
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -23,14 +24,19 @@ int main(int argc, char** argv) {
         ++count;
     };
     for (int i = 1; i < argc; ++i) {
-        if (!fs::is_directory(argv[i]))
-            run(argv[i]);
-        else
+        if (fs::is_directory(argv[i])) {
             for (const auto& entry : fs::recursive_directory_iterator(argv[i]))
                 if (entry.is_regular_file())
                     run(entry.path());
+        } else if (fs::exists(argv[i])) {
+            run(argv[i]);
+        } else {
+            // A mistyped path must not pass for a clean replay.
+            std::cerr << argv[i] << ": no such file or folder" << std::endl;
+            return 1;
+        }
     }
     std::cout << "replayed " << count << " input(s)" << std::endl;
-    return 0;
+    return count > 0 ? 0 : 1;
 }
 #endif

@@ -30,8 +30,14 @@ ToolRun Tavrel(const std::string& arguments) {
     return run;
 }
 
-const std::string kSampleModel =
-    std::string(TAVREL_SOURCE_DIR) + "/examples/installation/projects/common/data/tools/nuro/nuro.mdl";
+const std::string kSampleFolder =
+    std::string(TAVREL_SOURCE_DIR) + "/examples/installation/projects/common/data/tools/nuro";
+const std::string kSampleModel = kSampleFolder + "/nuro.mdl";
+const std::string kSampleScript = kSampleFolder + "/sample.scr";
+
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
 
 using ScriptParse = TempFolder;
 
@@ -41,29 +47,116 @@ TEST_F(ScriptParse, SampleRootModelPrintsItsTreeHasItsListsAndSavesToTheSameByte
     const std::string out = folder + "/copy.mdl";
     ToolRun run = Tavrel("script parse '" + kSampleModel + "' --save '" + out + "'");
     EXPECT_EQ(run.status, 0) << run.output;
-    const std::string head = "FOLDER (NURO) \"Tavrel scenario model\"\n"
-                             "  FOLDER (PARAMETER_LIST) \"Parameters\"\n"
-                             "  FOLDER (FUNCTION_LIST) \"Functions\"\n";
+    // No message before the tree; the enumeration tables come first, as the
+    // parameter definitions that name them need them already read.
+    const std::string head =
+        "FOLDER (NURO) \"Tavrel scenario model\"\n"
+        "  FOLDER (ENUMTAB_LIST) \"Enumerations\"\n"
+        "    ENUMTAB (LIGHT_STATE) \"Traffic light state\"  | LIGHT_STATE    (Traffic light state)\n"
+        "      ENUM (0) \"red\"  | 0    (red)\n";
     EXPECT_EQ(run.output.substr(0, head.size()), head);
-    EXPECT_NE(
-        run.output.find("\n    ENUMTAB (LIGHT_STATE) \"Traffic light state\"\n      ENUM (0) \"red\"\n"),
-        std::string::npos);
+    EXPECT_TRUE(Contains(run.output, "\n    PARAMETER (SPEED) \"Speed\"  | SPEED    (Speed)\n"))
+        << run.output;
+    EXPECT_TRUE(Contains(run.output,
+                         "\n    FUNCTION (MAX) \"Greater value\"  | MAX    (Greater value)    (7)\n"
+                         "      PARAMETER (FIRST_OPERAND) \"\"  | 0\n"));
     // The file is written as the writer writes, tabs and CR LF.
     const std::string text = ReadAll(kSampleModel);
     EXPECT_EQ(text.substr(0, 24), "\r\nTYPEOF FOLDER (NURO)\r\n");
     EXPECT_EQ(ReadAll(out), text);
 
     // It holds the lists that definitions are linked through, and some of the
-    // tables and variables they use.
+    // definitions, tables and variables.
     for (const char* list :
          {"PARAMETER_LIST", "FUNCTION_LIST", "ACTION_LIST", "CONDITION_LIST", "ENUMTAB_LIST"})
-        EXPECT_NE(run.output.find(std::string(" FOLDER (") + list + ") "), std::string::npos) << list;
-    for (const std::string kind : {" ENUMTAB (", " VARIABLE ("}) {
+        EXPECT_TRUE(Contains(run.output, std::string(" FOLDER (") + list + ") ")) << list;
+    for (const std::string kind : {" ENUMTAB (", " VARIABLE (", " PARAMETER (", " FUNCTION ("}) {
         size_t count = 0;
         for (size_t at = run.output.find(kind); at != std::string::npos; at = run.output.find(kind, at + 1))
             ++count;
         EXPECT_GE(count, 2u) << kind;
     }
+}
+
+TEST_F(ScriptParse, SampleScriptShowsNestedCallsAndSavesToTheSameBytes) {
+    const std::string out = folder + "/copy.scr";
+    ToolRun run = Tavrel("script parse '" + kSampleScript + "' --root-model '" + kSampleModel + "' --save '" +
+                         out + "'");
+    EXPECT_EQ(run.status, 0) << run.output;
+    const std::string head = "FOLDER (SAMPLE) \"Sample calls\"\n"
+                             "  FUNCTION (PLUS) \"\"  | 2 x 3 + Absolute value  (-4)\n"
+                             "    PARAMETER (FIRST_OPERAND) \"\"  | 2 x 3\n"
+                             "      FUNCTION (MULTIPLY) \"\"  | 2 x 3\n"
+                             "        PARAMETER (FIRST_OPERAND) \"\"  | 2\n";
+    EXPECT_EQ(run.output.substr(0, head.size()), head);
+    // An enumeration value shows its entry's label, a vehicle unknown without a
+    // scenario two quotes.
+    EXPECT_TRUE(Contains(run.output, "\n  FUNCTION (IS_IN_GEAR) \"\"  | Vehicle in gear  (\"\",  drive)\n"));
+    EXPECT_EQ(ReadAll(out), ReadAll(kSampleScript));
+}
+
+TEST_F(ScriptParse, EvaluateShowsResultsAndNamesTheCodeWithoutRuntimeEntry) {
+    ToolRun sample =
+        Tavrel("script parse '" + kSampleScript + "' --root-model '" + kSampleModel + "' --evaluate");
+    EXPECT_EQ(sample.status, 0) << sample.output;
+    for (const char* line :
+         {"\n  FUNCTION (GET_TIME) \"\"  | Simulation time  ()  = 0\n", // CODE 0
+          "\n  FUNCTION (IS_WEATHER) \"\"  | Weather is  (fog)  = 0\n", // CODE -1
+          "\n      FUNCTION (ABS) \"\"  | Absolute value  (-4)  = no run-time entry for CODE 6\n",
+          "\n  FUNCTION (PLUS) \"\"  | 2 x 3 + Absolute value  (-4)  = no run-time entry for CODE 1\n"})
+        EXPECT_TRUE(Contains(sample.output, line)) << line << sample.output;
+    // The tool reports the fault itself; the library's assertion line stays out.
+    EXPECT_FALSE(Contains(sample.output, "internal assertion")) << sample.output;
+
+    // A call that has an entry fails through the nested call that has none.
+    const std::string model = WriteFile(
+        "m.mdl", "TYPEOF FOLDER (M)\n{\n"
+                 "\tTYPEOF FOLDER (PARAMETER_LIST)\n\t{\n"
+                 "\t\tTYPEOF PARAMETER (X)\n\t\t{\n"
+                 "\t\t\tTYPE=\"FLOAT\"\n\t\t\tKINDLIST=\"USER FUNCTION\"\n\t\t}\n\t}\n"
+                 "\tTYPEOF FOLDER (FUNCTION_LIST)\n\t{\n"
+                 "\t\tTYPEOF FUNCTION (OUTER)\n\t\t{\n"
+                 "\t\t\tLABEL=\"outer\"\n\t\t\tCODE=\"0\"\n\t\t\tWIZARD=\"MAPTOOL\"\n"
+                 "\t\t\tTYPEOF PARAMETER (X)\n\t\t\t{\n\t\t\t\tKIND=\"USER\"\n\t\t\t}\n\t\t}\n"
+                 "\t\tTYPEOF FUNCTION (INNER)\n\t\t{\n"
+                 "\t\t\tLABEL=\"inner\"\n\t\t\tCODE=\"9\"\n\t\t\tWIZARD=\"MAPTOOL\"\n\t\t}\n\t}\n}\n");
+    const std::string script =
+        WriteFile("s.scr", "TYPEOF FOLDER (S)\n{\n"
+                           "\tTYPEOF FUNCTION (OUTER)\n\t{\n"
+                           "\t\tTYPEOF PARAMETER (X)\n\t\t{\n\t\t\tKIND=\"FUNCTION\"\n"
+                           "\t\t\tTYPEOF FUNCTION (INNER)\n\t\t\t{\n\t\t\t}\n\t\t}\n\t}\n}\n");
+    ToolRun nested = Tavrel("script parse '" + script + "' --root-model '" + model + "' --evaluate");
+    EXPECT_EQ(nested.status, 0) << nested.output;
+    EXPECT_EQ(nested.output, "FOLDER (S) \"\"\n"
+                             "  FUNCTION (OUTER) \"\"  | outer  (inner  ())  = no run-time entry for CODE 9\n"
+                             "    PARAMETER (X) \"\"  | inner  ()\n"
+                             "      FUNCTION (INNER) \"\"  | inner  ()  = no run-time entry for CODE 9\n");
+}
+
+// The sample model carries what the upgrades of calls written for older models
+// need; the upgraded calls save in the new layout, which then stays as it is.
+TEST_F(ScriptParse, OlderCallsAreUpgradedAgainstTheSampleModel) {
+    const std::string older = std::string(TAVREL_SOURCE_DIR) + "/tests/data/model/older_calls.scr";
+    const std::string out = folder + "/upgraded.scr";
+    const std::string again = folder + "/again.scr";
+    ToolRun first =
+        Tavrel("script parse '" + older + "' --root-model '" + kSampleModel + "' --save '" + out + "'");
+    ASSERT_EQ(first.status, 0) << first.output;
+    for (const char* line :
+         {"  FUNCTION (GET_EXPORTED_CHANNEL) \"\"  | Exported channel value  (7)\n    PARAMETER "
+          "(CHANNEL_ID) ",
+          "  FUNCTION (IS_VHL_AT_POSITION) \"\"  | Vehicle at position  (\"\",  10,  20,  5)\n",
+          "  FUNCTION (INIT_ANIMATION) \"\"  | Start animation  (wave,  wave.anm?,  1,  database object,  "
+          "0)\n",
+          "  FUNCTION (INIT_ANIMATION) \"\"  | Start animation  (door,  door.anm?,  0,  vehicle,  3)\n",
+          "  FUNCTION (SNAPSHOT) \"\"  | Take snapshot  (rear,  \"\")\n",
+          "    PARAMETER (DISPLAY_TIME) \"\"  | 5\n", "    PARAMETER (MARKER_KEYWORDS) \"\"  | \"\"\n"})
+        EXPECT_TRUE(Contains(first.output, line)) << line << first.output;
+    ToolRun second =
+        Tavrel("script parse '" + out + "' --root-model '" + kSampleModel + "' --save '" + again + "'");
+    EXPECT_EQ(second.status, 0) << second.output;
+    EXPECT_EQ(second.output, first.output);
+    EXPECT_EQ(ReadAll(again), ReadAll(out));
 }
 
 TEST_F(ScriptParse, FailuresPrintTheirMessageAndWriteNothing) {

@@ -1,17 +1,21 @@
 // tavrel script parse: reads a file of the scenario text format, shows its item
-// tree and writes it back on request.
+// tree with display texts, evaluates its calls and writes it back on request.
 #include "Commands.h"
 #include "Common.h"
 
 #include <environment/Commons/FileUtils.h>
+#include <environment/lmkUtils/AssertAbort.h>
+#include <scenario/RuntimeTables.h>
 #include <scenario/ScenarioModel.h>
 
 #include <cstdio>
+#include <fcntl.h>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -19,6 +23,7 @@ struct ParseOptions {
     std::string file;
     std::string rootModel;
     std::string save;
+    bool evaluate = false;
 };
 
 // Prints each message of a load log without its severity character: errors and
@@ -50,14 +55,123 @@ void PrintLog(const std::string& log) {
     flush();
 }
 
-void PrintTree(const ScenarioItem& item, int depth) {
+// What the AssertAbort handler throws while a call is evaluated, so that one
+// faulty call doesn't end the whole listing.
+struct EvaluationAborted {
+    std::string source;
+    int line;
+};
+
+// The library's source and line for a CODE that has no run-time entry.
+constexpr const char* kMissingEntrySource = "function";
+constexpr int kMissingEntryLine = 920;
+
+// The definition at the end of the chain of models, or null when the chain
+// breaks or doesn't end in a call.
+const Function* RootDefinition(const Function& call) {
+    const Token* definition = &call;
+    for (int steps = 0; definition->model != definition; ++steps) {
+        if (definition->model == nullptr || steps > 1024)
+            return nullptr;
+        definition = definition->model;
+    }
+    return dynamic_cast<const Function*>(definition);
+}
+
+// The call whose missing run-time entry stopped the evaluation of `call`. The
+// library looks a call's own entry up before it fills the parameters, and a
+// parameter that holds a nested call evaluates that call while it is filled,
+// when its type is a number or a text; this follows the same order.
+const Function* CallWithoutEntry(const Function& call) {
+    const Function* definition = RootDefinition(call);
+    if (definition == nullptr || definition->codeNumber == -1)
+        return nullptr;
+    if (FindFunctionEntry(definition->codeNumber) == nullptr)
+        return &call;
+    for (const Parameter* parameter : call.parameters) {
+        if (parameter->valueKind != "FUNCTION" || parameter->functionValue == nullptr)
+            continue;
+        const std::string& type = parameter->GetType();
+        if (type != "INTEGER" && type != "FLOAT" && type != "BOOL" && type != "STRING")
+            continue;
+        if (const Function* inner = CallWithoutEntry(*parameter->functionValue))
+            return inner;
+    }
+    return nullptr;
+}
+
+// Keeps the standard error quiet while it lives: AssertAbort prints its line
+// there before the handler runs, and the listing reports the same fault itself.
+class QuietStandardError {
+public:
+    QuietStandardError() {
+        std::fflush(stderr);
+        saved_ = ::dup(STDERR_FILENO);
+        const int null = ::open("/dev/null", O_WRONLY);
+        if (saved_ >= 0 && null >= 0)
+            ::dup2(null, STDERR_FILENO);
+        if (null >= 0)
+            ::close(null);
+    }
+    ~QuietStandardError() {
+        std::fflush(stderr);
+        if (saved_ >= 0) {
+            ::dup2(saved_, STDERR_FILENO);
+            ::close(saved_);
+        }
+    }
+    QuietStandardError(const QuietStandardError&) = delete;
+    QuietStandardError& operator=(const QuietStandardError&) = delete;
+
+private:
+    int saved_ = -1;
+};
+
+// "  = VALUE" with the call's result, or what stopped it: the default table has
+// entries for CODE 0 only (and -1 means no implementation), so a model's other
+// CODEs reach the library's assertion, which is turned into a line here.
+std::string EvaluationText(Function& call) {
+    struct Trap {
+        AssertAbortHandler former = SetAssertAbortHandler([](const char* source, int line) {
+            throw EvaluationAborted{source ? source : "?", line};
+        });
+        ~Trap() { SetAssertAbortHandler(former); }
+    };
+    char text[64];
+    try {
+        Trap trap;
+        QuietStandardError quiet;
+        std::snprintf(text, sizeof(text), "%g", static_cast<double>(call.Evaluate()));
+        return std::string("  = ") + text;
+    } catch (const EvaluationAborted& aborted) {
+        if (aborted.source == kMissingEntrySource && aborted.line == kMissingEntryLine) {
+            const Function* culprit = CallWithoutEntry(call);
+            const Function* definition = RootDefinition(culprit != nullptr ? *culprit : call);
+            if (definition != nullptr)
+                return "  = no run-time entry for CODE " + std::to_string(definition->codeNumber);
+        }
+        return "  = internal assertion failed at " + aborted.source + ":" + std::to_string(aborted.line);
+    }
+}
+
+// One item a line: keyword, name, label, then the display text where it tells
+// more than the label, and with `evaluate` the result of each call of a script.
+void PrintTree(ScenarioItem& item, int depth, bool evaluate) {
     std::cout << std::string(static_cast<size_t>(depth) * 2, ' ') << KindKeyword(item.kind) << " ("
-              << item.name << ") \"" << item.label << "\"\n";
+              << item.name << ") \"" << item.label << "\"";
+    if (!item.displayText.empty() && item.displayText != item.label)
+        std::cout << "  | " << item.displayText;
+    if (evaluate && item.kind == ITEM_FUNCTION) {
+        Function* call = dynamic_cast<Function*>(&item);
+        if (call != nullptr && call->model != call)
+            std::cout << EvaluationText(*call);
+    }
+    std::cout << '\n';
     std::vector<ScenarioItem*> children;
     item.GetChildren(children);
-    for (const ScenarioItem* child : children)
+    for (ScenarioItem* child : children)
         if (child != nullptr)
-            PrintTree(*child, depth + 1);
+            PrintTree(*child, depth + 1, evaluate);
 }
 
 // Writes the item with CR LF line ends, which a nameless header needs to be read
@@ -98,7 +212,8 @@ void RunParse(const ParseOptions& options) {
         tavrel::exitStatus = 1;
         return;
     }
-    PrintTree(*item, 0);
+    item->UpdateDisplayTextTree();
+    PrintTree(*item, 0, options.evaluate);
     if (!options.save.empty() && !SaveItem(*item, options.save)) {
         std::cerr << "error: unable to write " << options.save << std::endl;
         tavrel::exitStatus = 1;
@@ -115,5 +230,7 @@ void tavrel::addScriptCommands(CLI::App& app) {
     parse->add_option("FILE", options->file, "File in the scenario text format")->required();
     parse->add_option("--root-model", options->rootModel, "Root model to load first and link against");
     parse->add_option("--save", options->save, "Write the item tree back to this file");
+    parse->add_flag("--evaluate", options->evaluate,
+                    "Evaluate each call of a function with the default run-time table");
     parse->callback([options]() { tavrel::runReporting([&]() { RunParse(*options); }); });
 }
