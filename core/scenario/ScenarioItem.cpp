@@ -1,5 +1,7 @@
 #include <scenario/ScenarioItem.h>
 
+#include <scenario/Action.h>
+#include <scenario/Condition.h>
 #include <scenario/Config.h>
 #include <scenario/Enum.h>
 #include <scenario/EnumTab.h>
@@ -8,6 +10,9 @@
 #include <scenario/Group.h>
 #include <scenario/Parameter.h>
 #include <scenario/Program.h>
+#include <scenario/Rule.h>
+#include <scenario/Scenario.h>
+#include <scenario/Task.h>
 #include <scenario/Variable.h>
 
 #include <environment/lmkUtils/EnvConfig.h>
@@ -79,8 +84,8 @@ constexpr KeywordChains kKeywordChains = MakeKeywordChains();
 // Scenarios, criteria and includes (an evaluation is an include) are the units
 // that own the variables beneath them. Their classes are tested here by run-time
 // type as they join the model; none of the classes made so far is such a unit.
-bool IsOwningUnit(const ScenarioItem*) {
-    return false;
+bool IsOwningUnit(const ScenarioItem* item) {
+    return dynamic_cast<const ScenarioLib::Scenario*>(item) != nullptr;
 }
 
 } // namespace
@@ -167,11 +172,29 @@ uint32_t KindFromKeyword(const char* text) {
     return ITEM_NONE;
 }
 
-ScenarioItem* CreateItem(uint32_t kind, const std::string& name, ItemLoadContext* /*context*/) {
+ScenarioItem* CreateItem(uint32_t kind, const std::string& name, ItemLoadContext* context) {
     // The context goes to criteria, evaluations, includes, scenarios and tasks
     // (first) and to rules (second); those classes take it in their constructors.
     ScenarioItem* item = nullptr;
+    void* first = context != nullptr ? context->first : nullptr;
+    void* second = context != nullptr ? context->second : nullptr;
     switch (kind) {
+    case ITEM_ACTION:
+    case ITEM_ELSE_ACTION:
+        item = new Action();
+        break;
+    case ITEM_CONDITION:
+        item = new Condition();
+        break;
+    case ITEM_RULE:
+        item = new Rule(static_cast<ScenarioItemObserver*>(second));
+        break;
+    case ITEM_SCENARIO:
+        item = new ScenarioLib::Scenario(first);
+        break;
+    case ITEM_TASK:
+        item = new Task(first);
+        break;
     case ITEM_CONFIG:
         item = new Config();
         break;

@@ -330,17 +330,20 @@ void Function::UpdateDisplayTextTree() {
     // A call placed beside the parameters goes into a parameter that waits for
     // one: first those whose KIND already says so, then those whose definition
     // allows a call returning that type. The parameter owns it from then on.
+    // A parameter holds calls of kind FUNCTION only; what it doesn't take stays.
     auto bind = [this](Function* call, Parameter* parameter) {
-        call->boundParameter = parameter;
         parameter->SetFunction(call);
+        if (parameter->functionValue != call)
+            return false;
+        call->boundParameter = parameter;
         RemoveChild(call);
+        return true;
     };
     for (Function* call : calls) {
         for (Parameter* parameter : parameters) {
-            if (parameter->valueKind == "FUNCTION" && parameter->functionValue == nullptr) {
-                bind(call, parameter);
+            if (parameter->valueKind == "FUNCTION" && parameter->functionValue == nullptr &&
+                bind(call, parameter))
                 break;
-            }
         }
     }
     for (Function* call : calls) {
@@ -355,8 +358,8 @@ void Function::UpdateDisplayTextTree() {
                 continue;
             const bool takesCalls = std::find(definition->kindList.begin(), definition->kindList.end(),
                                               "FUNCTION") != definition->kindList.end();
-            if (takesCalls && ReturnFits(definition->GetType(), callDefinition->returnType)) {
-                bind(call, parameter);
+            if (takesCalls && ReturnFits(definition->GetType(), callDefinition->returnType) &&
+                bind(call, parameter)) {
                 parameter->SetKind("FUNCTION");
                 break;
             }
@@ -376,6 +379,10 @@ void Function::UpdateDisplayText() {
         displayText = name + "    (" + label + ")    (" + code + ")";
         return;
     }
+    displayText = CallText();
+}
+
+std::string Function::CallText() const {
     const Function* definition = AsFunction(model);
     if (definition == nullptr)
         definition = this;
@@ -384,8 +391,7 @@ void Function::UpdateDisplayText() {
     };
     if (ArithmeticOperator(name) != nullptr) {
         const char* sign = ArithmeticOperator(definition->name);
-        displayText = textOf(0) + " " + (sign != nullptr ? sign : "") + " " + textOf(1);
-        return;
+        return textOf(0) + " " + (sign != nullptr ? sign : "") + " " + textOf(1);
     }
     std::string text = definition->label + "  (";
     for (size_t i = 0; i < parameters.size(); ++i) {
@@ -393,7 +399,7 @@ void Function::UpdateDisplayText() {
             text += ",  ";
         text += parameters[i]->displayText;
     }
-    displayText = text + ")";
+    return text + ")";
 }
 
 ScenarioItem* Function::FindItem(uint32_t wantedKind, const std::string& wantedName,

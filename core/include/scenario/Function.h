@@ -119,6 +119,9 @@ protected:
     void FillValues(ParameterValue* values, const char* source);
     /// The definition at the end of the chain of definitions.
     const Function* RootDefinition() const;
+    /// What a call shows: "a + b" for the arithmetic calls, else the
+    /// definition's label and the parameters' texts.
+    std::string CallText() const;
 
 private:
     // The definition that RootDefinition found at the end of a one-step chain.

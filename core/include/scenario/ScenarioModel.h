@@ -1,6 +1,8 @@
 #pragma once
 
 // Every class of the scenario item model.
+#include <scenario/Action.h>
+#include <scenario/Condition.h>
 #include <scenario/Config.h>
 #include <scenario/Enum.h>
 #include <scenario/EnumTab.h>
@@ -10,7 +12,10 @@
 #include <scenario/Parameter.h>
 #include <scenario/ParameterValue.h>
 #include <scenario/Program.h>
+#include <scenario/Rule.h>
 #include <scenario/RuntimeTables.h>
+#include <scenario/Scenario.h>
 #include <scenario/ScenarioItem.h>
+#include <scenario/Task.h>
 #include <scenario/Token.h>
 #include <scenario/Variable.h>
