@@ -94,14 +94,7 @@ void Condition::AddChild(ScenarioItem* child, ScenarioItem* reference, bool afte
     if (condition == nullptr)
         return;
     ModelIndex::NoteChange(this);
-    auto it = reference != nullptr ? std::find(subConditions.begin(), subConditions.end(), reference)
-                                   : subConditions.end();
-    if (it != subConditions.end())
-        subConditions.insert(after ? it + 1 : it, condition);
-    else if (after)
-        subConditions.push_back(condition);
-    else
-        subConditions.insert(subConditions.begin(), condition);
+    ScenarioItemStore::Place(subConditions, condition, reference, after);
     condition->parent = this;
 }
 
@@ -129,14 +122,10 @@ void Condition::ReplaceChild(ScenarioItem* newChild, ScenarioItem* oldChild) {
 }
 
 void Condition::SwapChildren(ScenarioItem* a, ScenarioItem* b) {
-    auto first = std::find(subConditions.begin(), subConditions.end(), a);
-    auto second = std::find(subConditions.begin(), subConditions.end(), b);
-    if (first == subConditions.end() || second == subConditions.end()) {
+    if (ScenarioItemStore::Swap(subConditions, a, b))
+        ModelIndex::NoteChange(this);
+    else
         Function::SwapChildren(a, b);
-        return;
-    }
-    ModelIndex::NoteChange(this);
-    std::iter_swap(first, second);
 }
 
 void Condition::SaveChildren(std::ostream& out) {

@@ -105,14 +105,7 @@ void Function::AddChild(ScenarioItem* child, ScenarioItem* reference, bool after
     if (parameter == nullptr)
         return;
     ModelIndex::NoteChange(this);
-    auto it =
-        reference != nullptr ? std::find(parameters.begin(), parameters.end(), reference) : parameters.end();
-    if (it != parameters.end())
-        parameters.insert(after ? it + 1 : it, parameter);
-    else if (after)
-        parameters.push_back(parameter);
-    else
-        parameters.insert(parameters.begin(), parameter);
+    ScenarioItemStore::Place(parameters, parameter, reference, after);
     parameter->parent = this;
 }
 
@@ -145,12 +138,8 @@ void Function::ReplaceChild(ScenarioItem* newChild, ScenarioItem* oldChild) {
 void Function::SwapChildren(ScenarioItem* a, ScenarioItem* b) {
     if (AsParameter(a) == nullptr || AsParameter(b) == nullptr)
         return;
-    auto first = std::find(parameters.begin(), parameters.end(), a);
-    auto second = std::find(parameters.begin(), parameters.end(), b);
-    if (first != parameters.end() && second != parameters.end()) {
+    if (ScenarioItemStore::Swap(parameters, a, b))
         ModelIndex::NoteChange(this);
-        std::iter_swap(first, second);
-    }
 }
 
 void Function::SaveChildren(std::ostream& out) {

@@ -11,36 +11,11 @@
 #include <memory>
 #include <ostream>
 
+using ScenarioItemStore::Place;
+using ScenarioItemStore::Swap;
+using ScenarioItemStore::Take;
+
 namespace {
-
-// The placing rule of every store: before `reference`, or after it when
-// `after`; last or first when it isn't there.
-template <typename T> void Place(std::vector<T*>& list, T* child, ScenarioItem* reference, bool after) {
-    auto it = reference != nullptr ? std::find(list.begin(), list.end(), reference) : list.end();
-    if (it != list.end())
-        list.insert(after ? it + 1 : it, child);
-    else if (after)
-        list.push_back(child);
-    else
-        list.insert(list.begin(), child);
-}
-
-template <typename T> bool Take(std::vector<T*>& list, ScenarioItem* child) {
-    auto it = std::find(list.begin(), list.end(), child);
-    if (it == list.end())
-        return false;
-    list.erase(it);
-    return true;
-}
-
-template <typename T> bool Swap(std::vector<T*>& list, ScenarioItem* a, ScenarioItem* b) {
-    auto first = std::find(list.begin(), list.end(), a);
-    auto second = std::find(list.begin(), list.end(), b);
-    if (first == list.end() || second == list.end())
-        return false;
-    std::iter_swap(first, second);
-    return true;
-}
 
 bool IsEvaluationWord(const std::string& word) {
     return word == "NORMAL" || word == "WARNING" || word == "ERROR";

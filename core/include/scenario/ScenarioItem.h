@@ -12,6 +12,7 @@
 #include <iosfwd>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 class Folders;
@@ -242,6 +243,45 @@ void ReplaceChild(std::vector<ScenarioItem*>& children, ScenarioItem* owner, Sce
                   ScenarioItem* oldChild);
 /// Exchanges two positions when both are found.
 void SwapChildren(std::vector<ScenarioItem*>& children, ScenarioItem* a, ScenarioItem* b);
+
+/// The placing rule of AddChild for a list of one class: before `reference`,
+/// or after it when `after`; last or first when it isn't in the list.
+template <typename T> void Place(std::vector<T*>& list, T* child, const ScenarioItem* reference, bool after) {
+    auto it = list.end();
+    if (reference != nullptr)
+        for (it = list.begin(); it != list.end() && *it != reference; ++it) {
+        }
+    if (it != list.end())
+        list.insert(after ? it + 1 : it, child);
+    else if (after)
+        list.push_back(child);
+    else
+        list.insert(list.begin(), child);
+}
+/// Takes the first occurrence of `child` out of the list; false if it isn't there.
+template <typename T> bool Take(std::vector<T*>& list, const ScenarioItem* child) {
+    for (auto it = list.begin(); it != list.end(); ++it)
+        if (*it == child) {
+            list.erase(it);
+            return true;
+        }
+    return false;
+}
+/// Exchanges `a` and `b` when both are in the list; false otherwise.
+template <typename T> bool Swap(std::vector<T*>& list, const ScenarioItem* a, const ScenarioItem* b) {
+    T** first = nullptr;
+    T** second = nullptr;
+    for (T*& item : list) {
+        if (first == nullptr && item == a)
+            first = &item;
+        if (second == nullptr && item == b)
+            second = &item;
+    }
+    if (first == nullptr || second == nullptr)
+        return false;
+    std::swap(*first, *second);
+    return true;
+}
 } // namespace ScenarioItemStore
 
 /// The keyword of a kind; the empty text outside 1 to 27.
