@@ -34,6 +34,7 @@ const std::string kSampleFolder =
     std::string(TAVREL_SOURCE_DIR) + "/examples/installation/projects/common/data/tools/nuro";
 const std::string kSampleModel = kSampleFolder + "/nuro.mdl";
 const std::string kSampleScript = kSampleFolder + "/sample.scr";
+const std::string kExercise = kSampleFolder + "/exercise.scr";
 
 bool Contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
@@ -70,7 +71,8 @@ TEST_F(ScriptParse, SampleRootModelPrintsItsTreeHasItsListsAndSavesToTheSameByte
     for (const char* list :
          {"PARAMETER_LIST", "FUNCTION_LIST", "ACTION_LIST", "CONDITION_LIST", "ENUMTAB_LIST"})
         EXPECT_TRUE(Contains(run.output, std::string(" FOLDER (") + list + ") ")) << list;
-    for (const std::string kind : {" ENUMTAB (", " VARIABLE (", " PARAMETER (", " FUNCTION ("}) {
+    for (const std::string kind :
+         {" ENUMTAB (", " VARIABLE (", " PARAMETER (", " FUNCTION (", " ACTION (", " CONDITION ("}) {
         size_t count = 0;
         for (size_t at = run.output.find(kind); at != std::string::npos; at = run.output.find(kind, at + 1))
             ++count;
@@ -93,6 +95,34 @@ TEST_F(ScriptParse, SampleScriptShowsNestedCallsAndSavesToTheSameBytes) {
     // scenario two quotes.
     EXPECT_TRUE(Contains(run.output, "\n  FUNCTION (IS_IN_GEAR) \"\"  | Vehicle in gear  (\"\",  drive)\n"));
     EXPECT_EQ(ReadAll(out), ReadAll(kSampleScript));
+}
+
+// The exercise is a task whose states hold rules: each condition shows its
+// test and modifier, each action its branch, and only calls are evaluated.
+TEST_F(ScriptParse, ExerciseTaskShowsItsRulesAndSavesToTheSameBytes) {
+    const std::string out = folder + "/copy.scr";
+    ToolRun run = Tavrel("script parse '" + kExercise + "' --root-model '" + kSampleModel + "' --save '" + out +
+                         "' --evaluate");
+    EXPECT_EQ(run.status, 0) << run.output;
+    const std::string head = "TASK (EXERCISE) \"Traffic light exercise\"\n"
+                             "  VARIABLE (0) \"speed\"  | speed=0\n";
+    EXPECT_EQ(run.output.substr(0, head.size()), head);
+    for (const char* line :
+         {"\n      CONDITION (IS_LIGHT_GREEN) \"\"  | IF    Traffic light is green  (3)    BECOMES TRUE\n",
+          "\n      CONDITION (AND) \"\"  | IF    [  Traffic light is green  (3)    IS FALSE  ]  AND  "
+          "[  speed  >  0.5  ]    BECOMES TRUE\n"
+          "        CONDITION (IS_LIGHT_GREEN) \"\"  | Traffic light is green  (3)    IS FALSE\n",
+          "\n    RULE (3) \"Above the speed limit for two seconds\"\n"
+          "      CONDITION (SUPERIOR) \"\"  | IF    speed  >  speed_limit    HAS BEEN TRUE FOR  2.000000  "
+          "second(s)\n",
+          "\n      ACTION (GOTO_STATE) \"\"  | THEN  Go to state  (2)\n",
+          "\n      ELSE_ACTION (SHOW_MESSAGE) \"\"  | ELSE  Show message  (Drive off up to the speed limit)\n",
+          "\n      CONDITION (OR) \"\"  | IF    [  Vehicle is stopped  (\"\")  ]  OR  [  Simulation time  ()  "
+          ">=  300  ]\n",
+          "\n            FUNCTION (GET_TIME) \"\"  | Simulation time  ()  = 0\n",
+          "\n      ACTION (END_TASK) \"\"  | THEN  End the task  ()\n"})
+        EXPECT_TRUE(Contains(run.output, line)) << line << run.output;
+    EXPECT_EQ(ReadAll(out), ReadAll(kExercise));
 }
 
 TEST_F(ScriptParse, EvaluateShowsResultsAndNamesTheCodeWithoutRuntimeEntry) {

@@ -18,7 +18,8 @@ bool Action::OnLoadBegin() {
 void Action::UpdateDisplayText() {
     if (parent == nullptr)
         AssertAbort(kSource, 60);
-    displayText = std::string(kind == ITEM_ACTION ? "THEN" : "ELSE") + "  " + CallText();
+    Function::UpdateDisplayText();
+    displayText = std::string(kind == ITEM_ACTION ? "THEN" : "ELSE") + "  " + displayText;
 }
 
 void Action::UpdateValidity() {

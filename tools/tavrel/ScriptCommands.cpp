@@ -155,7 +155,10 @@ std::string EvaluationText(Function& call) {
 }
 
 // One item a line: keyword, name, label, then the display text where it tells
-// more than the label, and with `evaluate` the result of each call of a script.
+// more than the label (a condition's IF line, an action's THEN or ELSE line),
+// and with `evaluate` the result of each call of a script. Conditions and actions
+// are left out of that: they run only when a host steps a task, and evaluating
+// one here would move its state or act.
 void PrintTree(ScenarioItem& item, int depth, bool evaluate) {
     std::cout << std::string(static_cast<size_t>(depth) * 2, ' ') << KindKeyword(item.kind) << " ("
               << item.name << ") \"" << item.label << "\"";
