@@ -289,9 +289,9 @@ bool Condition::Evaluate(double time) {
         const ConditionEntry* entry = FindConditionEntry(code);
         if (entry == nullptr)
             AssertAbort(kSource, 920);
-        ParameterValue values[kRuntimeValueCount];
+        Values values;
         FillValues(values, kSource);
-        state = (*entry)(values) ? 1 : 0;
+        state = (*entry)(values.data) ? 1 : 0;
     }
     const bool changed = state != previous;
     if (changed) {

@@ -265,6 +265,9 @@ void Task::Step(double time, ScenarioLib::Scenario* scenario, bool countStep) {
     }
     bool ended = false;
     for (size_t i = 0; i < rules.size(); ++i) {
+        // What the rules ahead read is asked for while this one runs.
+        if (i + 1 < rules.size())
+            rules[i + 1]->PrefetchStep();
         rules[i]->Step(time);
         if (nextState == -3) {
             ended = true;

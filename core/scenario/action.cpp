@@ -39,7 +39,7 @@ void Action::Execute() {
     const ActionEntry* entry = FindActionEntry(definition->codeNumber);
     if (entry == nullptr)
         AssertAbort(kSource, 920);
-    ParameterValue values[kRuntimeValueCount];
+    Values values;
     FillValues(values, kSource);
-    (*entry)(values);
+    (*entry)(values.data);
 }

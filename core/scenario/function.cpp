@@ -583,6 +583,46 @@ void Function::CollectAllItemsOfKind(uint32_t wantedKind, std::vector<const Scen
     CollectKindBelow<const ScenarioItem>(this, wantedKind, out);
 }
 
+namespace {
+
+// The records of the calls under way, one set per level of nesting; `used`
+// says how many a call filled, which the next call at that level makes fresh.
+struct ValueSet {
+    ParameterValue values[kRuntimeValueCount];
+    size_t used = kRuntimeValueCount;
+};
+
+std::vector<std::unique_ptr<ValueSet>>& ValueSets() {
+    static std::vector<std::unique_ptr<ValueSet>> sets;
+    return sets;
+}
+
+size_t valueLevel = 0;
+
+} // namespace
+
+Function::Values::Values() : level_(valueLevel++) {
+    std::vector<std::unique_ptr<ValueSet>>& sets = ValueSets();
+    if (sets.size() <= level_)
+        sets.push_back(std::make_unique<ValueSet>());
+    ValueSet& set = *sets[level_];
+    for (size_t i = 0; i < set.used; ++i) {
+        set.values[i].tag = 4;
+        set.values[i].number = 0.0f;
+        set.values[i].text.clear();
+    }
+    set.used = 0;
+    data = set.values;
+}
+
+void Function::Values::Filled(size_t count) {
+    ValueSets()[level_]->used = count;
+}
+
+Function::Values::~Values() {
+    --valueLevel;
+}
+
 const Function* Function::RootDefinition() const {
     // The common chain is one step, to a definition that stands for itself: its
     // class is known from the last time.
@@ -603,11 +643,13 @@ const Function* Function::RootDefinition() const {
     return function;
 }
 
-void Function::FillValues(ParameterValue* values, const char* source) {
+void Function::FillValues(Values& values, const char* source) {
     if (parameters.size() > kRuntimeValueCount)
         AssertAbort(source, 918);
+    // The entries see the records as const: only these can differ from fresh.
+    values.Filled(parameters.size());
     for (size_t i = 0; i < parameters.size(); ++i)
-        parameters[i]->FillValue(values[i]);
+        parameters[i]->FillValue(values.data[i]);
 }
 
 float Function::Evaluate() {
@@ -619,7 +661,7 @@ float Function::Evaluate() {
     const FunctionEntry* entry = FindFunctionEntry(definition->codeNumber);
     if (entry == nullptr)
         AssertAbort(kSource, 920);
-    ParameterValue values[kRuntimeValueCount];
+    Values values;
     FillValues(values, kSource);
-    return (*entry)(values);
+    return (*entry)(values.data);
 }

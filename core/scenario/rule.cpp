@@ -2,6 +2,7 @@
 
 #include <scenario/Action.h>
 #include <scenario/Condition.h>
+#include <scenario/Parameter.h>
 #include <scenario/Variable.h>
 
 #include "ModelIndex.h"
@@ -233,6 +234,21 @@ void Rule::Step(double time) {
         NotifyObservers(result == 1 ? 0 : 1);
         lastChangeTime = time;
     }
+}
+
+void Rule::PrefetchStep() const {
+    auto prefetch = [](const Function* function) {
+        __builtin_prefetch(&function->model);
+        for (const Parameter* parameter : function->parameters) {
+            __builtin_prefetch(&parameter->model);
+            __builtin_prefetch(&parameter->value);
+            __builtin_prefetch(&parameter->valueKind);
+        }
+    };
+    if (!conditions.empty() && conditions[0] != nullptr)
+        prefetch(conditions[0]);
+    for (const Action* action : actions)
+        prefetch(action);
 }
 
 int32_t Rule::Level() const {

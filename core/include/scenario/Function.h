@@ -99,6 +99,14 @@ public:
     /// definition; 0 for a definition without CODE.
     float Evaluate();
 
+private:
+    // The definition that RootDefinition found at the end of a one-step chain.
+    // Kept here, beside the link to the definition, which a run-time call reads
+    // too.
+    mutable const Token* rootModel_ = nullptr;
+    mutable const Function* rootDefinition_ = nullptr;
+
+public:
     std::string code;
     std::string returnType;
     std::string wizard;
@@ -111,22 +119,35 @@ public:
     std::vector<Parameter*> parameters;
 
 protected:
+    /// Twelve fresh records for one call of a run-time entry. They are reused from
+    /// call to call, as a run-time loop makes the same calls over and over; a
+    /// call made while another fills its records (a parameter's nested call) gets
+    /// records of its own.
+    class Values {
+    public:
+        Values();
+        ~Values();
+        Values(const Values&) = delete;
+        Values& operator=(const Values&) = delete;
+        /// Says that the first `count` records were filled.
+        void Filled(size_t count);
+        ParameterValue* data;
+
+    private:
+        size_t level_;
+    };
+
     /// Links to the definition in `listName`; a definition returns
     /// `definitionReturnType`. True when a definition was found.
     bool LinkToDefinition(const char* listName, const char* definitionReturnType);
     /// Fills `values` from the parameters, in order; more than twelve ends the
     /// process with `source`.
-    void FillValues(ParameterValue* values, const char* source);
+    void FillValues(Values& values, const char* source);
     /// The definition at the end of the chain of definitions.
     const Function* RootDefinition() const;
     /// What a call shows: "a + b" for the arithmetic calls, else the
     /// definition's label and the parameters' texts.
     std::string CallText() const;
-
-private:
-    // The definition that RootDefinition found at the end of a one-step chain.
-    mutable const Token* rootModel_ = nullptr;
-    mutable const Function* rootDefinition_ = nullptr;
 };
 
 /// Whether the item is of a callable kind and made by a call class.

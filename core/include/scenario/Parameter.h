@@ -107,6 +107,14 @@ public:
     void FillValue(ParameterValue& out);
 
     bool isReturn = false;
+
+private:
+    // The definition that GetType found at the end of a one-step chain. Kept
+    // here, beside the link to the definition, which a run-time call reads too.
+    mutable const Token* typeSourceModel_ = nullptr;
+    mutable const Parameter* typeSource_ = nullptr;
+
+public:
     std::string unit;
     std::string type;
     std::string usage;
@@ -119,19 +127,20 @@ public:
     std::string maxValue;
     std::string ownerFile;
     std::string value;
-    std::string valueKind;
 
 private:
     // VALUE as a number, converted again only when the text changed: a run-time
-    // loop evaluates the same calls over and over.
-    double NumberOfValue();
-
+    // loop evaluates the same calls over and over. Beside VALUE, which it is
+    // compared with.
     std::string numberText_;
     double number_ = 0.0;
     bool numberKnown_ = false;
-    // The definition that GetType found at the end of a one-step chain.
-    mutable const Token* typeSourceModel_ = nullptr;
-    mutable const Parameter* typeSource_ = nullptr;
+
+public:
+    std::string valueKind;
+
+private:
+    double NumberOfValue();
 };
 
 /// Whether `word` is one of the words of KIND and KINDLIST.

@@ -63,6 +63,9 @@ public:
     void Step(double time);
     /// The level once the rule has fired, else 0.
     int32_t Level() const;
+    /// Asks the processor for what the next Step reads, so that a task stepping
+    /// its rules one after the other overlaps their memory reads.
+    void PrefetchStep() const;
 
     std::string evaluation;
     uint8_t disabled = 0;
