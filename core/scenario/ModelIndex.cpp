@@ -19,6 +19,11 @@ struct KindIndex {
         size_t hash = 0;
         ScenarioItem* item = nullptr;
     };
+    struct Member {
+        size_t hash;
+        ScenarioItem* item;
+        const ScenarioItem* parent;
+    };
 
     // The item of that name, or null.
     ScenarioItem* Lookup(const std::string& name) const {
@@ -37,7 +42,7 @@ struct KindIndex {
     // Adds the item unless an earlier item has its name.
     void Add(ScenarioItem* item) {
         const size_t hash = std::hash<std::string>()(item->name);
-        members.push_back(Slot{hash, item});
+        members.push_back(Member{hash, item, item->parent});
         item->indexMarks |= ScenarioItem::kIndexAnswer;
         if ((count + 1) * 2 > slots.size())
             Grow();
@@ -68,16 +73,18 @@ struct KindIndex {
         }
     }
 
-    // Whether every member still has the kind and the name it was indexed with:
-    // a name written straight into an item's field is seen here.
+    // Whether every member still has the kind, the name and the parent it was
+    // indexed with: a name written straight into an item's field, or an item
+    // moved by hand, is seen here.
     bool StillTrue(uint32_t kind) const {
-        for (const Slot& member : members)
-            if (member.item->kind != kind || std::hash<std::string>()(member.item->name) != member.hash)
+        for (const Member& member : members)
+            if (member.item->kind != kind || member.item->parent != member.parent ||
+                std::hash<std::string>()(member.item->name) != member.hash)
                 return false;
         return true;
     }
 
-    std::vector<Slot> members;
+    std::vector<Member> members;
     std::vector<Slot> slots;
     size_t mask = 0;
     size_t count = 0;
@@ -132,13 +139,6 @@ void Forget(const ScenarioItem* root) {
     detail::indexCount -= found->second.size();
     Indexes().erase(found);
     ++epoch;
-}
-
-bool StandsBelow(const ScenarioItem* item, const ScenarioItem* root) {
-    for (; item != nullptr; item = item->parent)
-        if (item == root)
-            return true;
-    return false;
 }
 
 // The index of the items of `kind` below `root`, made or made again as needed.
@@ -205,8 +205,10 @@ ScenarioItem* Find(ScenarioItem* root, uint32_t kind, const std::string& name, S
 
     const KindIndex& index = IndexOf(root, kind);
     if (!index.unindexable) {
+        // The members were checked in this load (outside loads: just now), so an
+        // answer still stands where it was found.
         ScenarioItem* item = index.Lookup(name);
-        if (item != nullptr && item->kind == kind && StandsBelow(item, root))
+        if (item != nullptr && item->kind == kind)
             return item;
     }
     // Not known, or known differently: the tree changed behind the index's back

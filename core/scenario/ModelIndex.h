@@ -13,10 +13,9 @@
 //
 // Names are public fields, and a host may write one straight into an item: the
 // index keeps the items of its kind with the hashes of their names, and checks
-// them once per load (at every use outside loads), which costs one look at each
-// such item instead of a walk of the whole tree per search. An answer is also
-// checked to still have its kind and name and to stand below the searched item,
-// and a name the index lacks is searched for in the tree. A tree that the search
+// them, with their parents, once per load (at every use outside loads), which
+// costs one look at each such item instead of a walk of the whole tree per
+// search. A name the index lacks is searched for in the tree. A tree that the search
 // comes from (one being read) is never indexed: it changes with every item read.
 
 #include <scenario/ScenarioItem.h>
