@@ -9,6 +9,8 @@
 // function.evaluate: Evaluate of a call of four parameters against a direct call
 // of the same table entry with an array of twelve values filled by hand.
 
+#include "BenchText.h"
+
 #include <scenario/ScenarioModel.h>
 
 #include <benchmark/benchmark.h>
@@ -22,38 +24,14 @@
 
 namespace {
 
+using benchtext::Read;
+using benchtext::Writer;
+
 const char* const kParameterNames[] = {"SPEED", "DISTANCE", "LIMIT", "FACTOR"};
 
-// Text in the writer's form (tabs, CR LF), so that the reader does what it does
-// with real files.
-class Writer {
-public:
-    void Open(const char* keyword, const std::string& name) {
-        text += "\r\n" + Tabs() + "TYPEOF " + keyword + " (" + name + ")\r\n" + Tabs() + "{\r\n";
-        ++depth;
-    }
-    void Attribute(const char* key, const std::string& value) {
-        text += Tabs() + key + "=\"" + value + "\"\r\n";
-    }
-    void Close() {
-        --depth;
-        text += Tabs() + "}\r\n";
-    }
-    std::string text;
-
-private:
-    std::string Tabs() const { return std::string(static_cast<size_t>(depth), '\t'); }
-    int depth = 0;
-};
-
 void WriteArguments(Writer& out, int call) {
-    for (int p = 0; p < 4; ++p) {
-        out.Open("PARAMETER", kParameterNames[p]);
-        out.Attribute("KIND", "USER");
-        out.Attribute("VALUE", std::to_string((call * 7 + p) % 90) + ".5");
-        out.Attribute("OWNER_FILE", "");
-        out.Close();
-    }
+    for (int p = 0; p < 4; ++p)
+        out.UserValue(kParameterNames[p], std::to_string((call * 7 + p) % 90) + ".5");
 }
 
 // A model of `count` call definitions F0, F1, ... with four parameters each.
@@ -111,12 +89,6 @@ struct Case {
     std::string linked;
     std::string unlinked;
 };
-
-ScenarioItem* Read(const std::string& text) {
-    ScenarioTextStream stream(text.c_str(), text.size() + 1);
-    ItemLoadContext context;
-    return LoadScenarioText(stream, nullptr, &context, nullptr, false);
-}
 
 const Case& CaseOf(int count) {
     static std::map<int, Case> made;

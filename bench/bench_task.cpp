@@ -11,6 +11,8 @@
 //
 // Every benchmark also shows its time per rule as the counter "time_per_rule".
 
+#include "BenchText.h"
+
 #include <scenario/ScenarioModel.h>
 
 #include <benchmark/benchmark.h>
@@ -25,35 +27,8 @@
 
 namespace {
 
-// Text in the writer's form (tabs, CR LF), so that the reader does what it does
-// with real files.
-class Writer {
-public:
-    void Open(const char* keyword, const std::string& name) {
-        text += "\r\n" + Tabs() + "TYPEOF " + keyword + " (" + name + ")\r\n" + Tabs() + "{\r\n";
-        ++depth;
-    }
-    void Attribute(const char* key, const std::string& value) {
-        text += Tabs() + key + "=\"" + value + "\"\r\n";
-    }
-    void Close() {
-        --depth;
-        text += Tabs() + "}\r\n";
-    }
-    std::string text;
-
-private:
-    std::string Tabs() const { return std::string(static_cast<size_t>(depth), '\t'); }
-    int depth = 0;
-};
-
-void WriteValue(Writer& out, const char* name, const std::string& value) {
-    out.Open("PARAMETER", name);
-    out.Attribute("KIND", "USER");
-    out.Attribute("VALUE", value);
-    out.Attribute("OWNER_FILE", "");
-    out.Close();
-}
+using benchtext::Read;
+using benchtext::Writer;
 
 // The model: three number parameters, the comparison SUPERIOR (CODE 1 of the
 // condition table) and the action COUNT (CODE 1 of the action table).
@@ -77,8 +52,8 @@ std::string ModelText() {
     out.Attribute("LABEL", "Greater than");
     out.Attribute("CODE", "1");
     out.Attribute("WIZARD", "MAPTOOL");
-    WriteValue(out, "FIRST_OPERAND", "0");
-    WriteValue(out, "SECOND_OPERAND", "0");
+    out.UserValue("FIRST_OPERAND", "0");
+    out.UserValue("SECOND_OPERAND", "0");
     out.Close();
     out.Close();
     out.Open("FOLDER", "ACTION_LIST");
@@ -86,7 +61,7 @@ std::string ModelText() {
     out.Open("ACTION", "COUNT");
     out.Attribute("LABEL", "Count");
     out.Attribute("CODE", "1");
-    WriteValue(out, "AMOUNT", "0");
+    out.UserValue("AMOUNT", "0");
     out.Close();
     out.Close();
     out.Close();
@@ -127,22 +102,16 @@ std::string TaskText(int count) {
         out.Open("RULE", std::to_string(i));
         out.Attribute("LABEL", "Rule " + std::to_string(i));
         out.Open("CONDITION", "SUPERIOR");
-        WriteValue(out, "FIRST_OPERAND", o.firstText);
-        WriteValue(out, "SECOND_OPERAND", o.secondText);
+        out.UserValue("FIRST_OPERAND", o.firstText);
+        out.UserValue("SECOND_OPERAND", o.secondText);
         out.Close();
         out.Open("ACTION", "COUNT");
-        WriteValue(out, "AMOUNT", o.amountText);
+        out.UserValue("AMOUNT", o.amountText);
         out.Close();
         out.Close();
     }
     out.Close();
     return out.text;
-}
-
-ScenarioItem* Read(const std::string& text) {
-    ScenarioTextStream stream(text.c_str(), text.size() + 1);
-    ItemLoadContext context;
-    return LoadScenarioText(stream, nullptr, &context, nullptr, false);
 }
 
 // What the action entry adds up; read back to check that the rules ran.
