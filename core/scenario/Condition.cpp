@@ -161,6 +161,11 @@ void Condition::UpdateDisplayText() {
         AssertAbort(kSource, 71);
     if (parent == nullptr)
         AssertAbort(kSource, 72);
+    std::vector<ScenarioItem*> children;
+    GetChildren(children);
+    for (const ScenarioItem* child : children)
+        if (child == nullptr || (child->kind != ITEM_CONDITION && child->kind != ITEM_PARAMETER))
+            AssertAbort(kSource, 80);
     if (model == this) {
         displayText = name + "    (" + label + ")";
         return;

@@ -11,8 +11,8 @@
 ///
 /// Internal faults end the process through AssertAbort with the source
 /// "Condition": 70 (a display text without a definition), 71 (a definition of
-/// another kind), 72 (a display text without a parent), 80 (a sub-condition that
-/// is no condition), 918 (more than twelve parameters), 920 (a CODE without
+/// another kind), 72 (a display text without a parent), 80 (a child that is
+/// neither a condition nor a parameter), 918 (more than twelve parameters), 920 (a CODE without
 /// run-time entry, CODE -1 included).
 class Condition : public Function {
 public:

@@ -16,15 +16,17 @@ class Function;
 /// in memory every parameter is a PARAMETER, and `isReturn` remembers a RETURN.
 ///
 /// Internal faults end the process through AssertAbort with the source
-/// "Parameter": 89 and 90 (CheckValueFormat without a parameter definition), 120
-/// (Save without a parent), 302 and 303 (user attributes without a parameter
-/// definition), 452 (saving a KIND "FUNCTION" without its call), 481 and 482
-/// (CopyModelAttributes to no parameter), 516 (CopyUserAttributes to no
-/// parameter), 1153 (no root model), 1157 (no folder "ENUMTAB_LIST" in it), 1176 (no enumeration table of the
-/// definition), 1396 (FillValue of an ENUM without its table), 876 and 877 (the display text of an instance
-/// without a parameter definition), 885 and 886 (an ENUM value that is no entry of its table), 1104, 682 and
-/// 833 (no tree root), 569 and 570 (the validity of an instance without a parameter definition), 624 and 625
-/// (a call's value without a call definition).
+/// "Parameter": 89 and 90 (CheckValueFormat without a parameter definition),
+/// 120 (Save without a parent), 302 and 303 (user attributes without a
+/// parameter definition), 452 (saving a KIND "FUNCTION" without its call), 481
+/// and 482 (CopyModelAttributes to no parameter), 516 (CopyUserAttributes to no
+/// parameter), 1153 (no root model), 1157 (no folder "ENUMTAB_LIST" in it), 1176
+/// (no enumeration table of the definition), 1396 (FillValue of an ENUM without
+/// its table), 876 and 877 (the display text of an instance without a parameter
+/// definition), 885 and 886 (an ENUM value that is no entry of its table), 1104,
+/// 682 and 833 (no tree root), 569 and 570 (the validity of an instance without
+/// a parameter definition), 610 (no folder for a file), 624 and 625 (a call's
+/// value without a call definition).
 class Parameter : public Token {
 public:
     Parameter();
