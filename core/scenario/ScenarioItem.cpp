@@ -3,11 +3,15 @@
 #include <scenario/Action.h>
 #include <scenario/Condition.h>
 #include <scenario/Config.h>
+#include <scenario/Criteria.h>
 #include <scenario/Enum.h>
 #include <scenario/EnumTab.h>
+#include <scenario/Evaluation.h>
 #include <scenario/Folders.h>
 #include <scenario/Function.h>
+#include <scenario/GeneralParameters.h>
 #include <scenario/Group.h>
+#include <scenario/Include.h>
 #include <scenario/Parameter.h>
 #include <scenario/Program.h>
 #include <scenario/Rule.h>
@@ -82,10 +86,10 @@ constexpr KeywordChains MakeKeywordChains() {
 constexpr KeywordChains kKeywordChains = MakeKeywordChains();
 
 // Scenarios, criteria and includes (an evaluation is an include) are the units
-// that own the variables beneath them. Their classes are tested here by run-time
-// type as they join the model; none of the classes made so far is such a unit.
+// that own the variables beneath them, told by their run-time type.
 bool IsOwningUnit(const ScenarioItem* item) {
-    return dynamic_cast<const ScenarioLib::Scenario*>(item) != nullptr;
+    return dynamic_cast<const ScenarioLib::Scenario*>(item) != nullptr ||
+           dynamic_cast<const Criteria*>(item) != nullptr || dynamic_cast<const Include*>(item) != nullptr;
 }
 
 } // namespace
@@ -197,6 +201,18 @@ ScenarioItem* CreateItem(uint32_t kind, const std::string& name, ItemLoadContext
         break;
     case ITEM_CONFIG:
         item = new Config();
+        break;
+    case ITEM_CRITERIA:
+        item = new Criteria(first);
+        break;
+    case ITEM_EVALUATION:
+        item = new Evaluation(first);
+        break;
+    case ITEM_GENERAL_PARAMETERS:
+        item = new GeneralParameters();
+        break;
+    case ITEM_INCLUDE:
+        item = new Include(first);
         break;
     case ITEM_ENUM:
         item = new Enum();

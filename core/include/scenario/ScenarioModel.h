@@ -4,11 +4,15 @@
 #include <scenario/Action.h>
 #include <scenario/Condition.h>
 #include <scenario/Config.h>
+#include <scenario/Criteria.h>
 #include <scenario/Enum.h>
 #include <scenario/EnumTab.h>
+#include <scenario/Evaluation.h>
 #include <scenario/Folders.h>
 #include <scenario/Function.h>
+#include <scenario/GeneralParameters.h>
 #include <scenario/Group.h>
+#include <scenario/Include.h>
 #include <scenario/Parameter.h>
 #include <scenario/ParameterValue.h>
 #include <scenario/Program.h>
@@ -19,3 +23,4 @@
 #include <scenario/Task.h>
 #include <scenario/Token.h>
 #include <scenario/Variable.h>
+#include <scenario/Vehicle.h>
