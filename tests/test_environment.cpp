@@ -7,11 +7,19 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <map>
 #include <memory>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using lmkUtils::EnvConfig;
+using namespace std::string_literals;
 
 namespace {
 
@@ -100,6 +108,117 @@ TEST(ConfigFile, ReadsWritesThroughAndCreates) {
     EXPECT_EQ(reread["description"], "");
     EXPECT_EQ(Commons::ConfigFile(t.path("none/params.txt"))["x"], "");
     EXPECT_FALSE(Commons::ConfigFile(t.path("none/params.txt")).create());
+}
+
+TEST(ConfigFile, ValuesComeBackByteForByte) {
+    TempInstallation t;
+    const std::string file = t.path("scene.spar");
+    std::string everyByte;
+    for (int c = 0; c < 256; ++c)
+        everyByte += static_cast<char>(c);
+    // Blanks at the ends; separator and comment marks; quotes and escapes; line
+    // breaks and NUL; bytes beyond ASCII.
+    std::vector<std::string> values = {"  Clear evening ", "", " ", "\t", "tab\there"};
+    values.insert(values.end(), {"a = b", "# not a comment", "; nor this", "!"});
+    values.insert(values.end(), {"\"quoted\"", "\"", "\"open", "say \"hi\"", "\"\\n\"", "\"a\" # after"});
+    values.insert(values.end(), {"C:\\data\\new", "ends in a backslash\\", "\\\"", "\\0"});
+    values.insert(values.end(), {"line\nbreak", "\r\n", "cr\r", "nul\0byte"s, "\0"s});
+    values.insert(values.end(), {"caf\xc3\xa9 \xe2\x80\x94 \xe6\x97\xa5\xe6\x9c\xac", "\xff\xfe", everyByte});
+    for (const std::string& value : values) {
+        ASSERT_TRUE(Commons::ConfigFile(file).create());
+        ASSERT_TRUE(Commons::ConfigFile(file).modifyEntry("description", value));
+        ASSERT_TRUE(Commons::ConfigFile(file).modifyEntry("after", value + "2"));
+        EXPECT_EQ(Commons::ConfigFile(file)["description"], value) << value;
+        EXPECT_EQ(Commons::ConfigFile(file)["after"], value + "2") << value;
+        // Rewriting one entry must not disturb a neighbour holding awkward bytes.
+        ASSERT_TRUE(Commons::ConfigFile(file).modifyEntry("description", value + value));
+        EXPECT_EQ(Commons::ConfigFile(file)["description"], value + value) << value;
+        EXPECT_EQ(Commons::ConfigFile(file)["after"], value + "2") << value;
+        const std::string text = readFile(file);
+        EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2) << text;
+        EXPECT_EQ(text.find('\0'), std::string::npos) << value;
+    }
+    // Texts that read back as they are stay unquoted, paths with their single backslashes.
+    ASSERT_TRUE(Commons::ConfigFile(file).create());
+    ASSERT_TRUE(Commons::ConfigFile(file).modifyEntry("path", "C:\\data\\new"));
+    ASSERT_TRUE(Commons::ConfigFile(file).modifyEntry("description", " Clear\tevening\n"));
+    EXPECT_EQ(readFile(file), "path = C:\\data\\new\ndescription = \" Clear\\tevening\\n\"\n");
+}
+
+TEST(ConfigFile, HandWrittenFilesReadAsBefore) {
+    TempInstallation t;
+    const std::string original =
+        "# comment\r\n; other = 1\r\n! bang = 2\r\n\r\n  spaced\t=\t two  words \r\n"
+        "tight=x=y\r\npath = C:\\data\\n\r\ninline = a # b\r\nunclosed = \"abc\r\n"
+        "after = \"a\" b\r\nunknown = \"C:\\data\"\r\nquoted = \"  padded \\\" \"\r\n"
+        "no equal sign\r\n= orphan\r\ntight = second\r\n";
+    const std::string file = t.write("params.txt", original);
+    Commons::ConfigFile config(file);
+    const std::map<std::string, std::string> expected = {
+        {"spaced", "two  words"}, {"tight", "x=y"}, {"path", "C:\\data\\n"}, {"inline", "a # b"}};
+    // Only a whole, well-formed quoted text is unquoted; anything else reads as it stands.
+    const std::map<std::string, std::string> quotes = {
+        {"unclosed", "\"abc"}, {"after", "\"a\" b"}, {"unknown", "\"C:\\data\""}, {"quoted", "  padded \" "}};
+    const std::map<std::string, std::string> absent = {
+        {"other", ""}, {"bang", ""}, {"", ""}, {"no equal sign", ""}};
+    for (const auto& entries : {expected, quotes, absent})
+        for (const auto& entry : entries)
+            EXPECT_EQ(config[entry.first], entry.second) << entry.first;
+
+    // Changing one entry keeps every other line, comments included.
+    ASSERT_TRUE(config.modifyEntry(" spaced ", "new"));
+    std::string rewritten = original;
+    rewritten.erase(std::remove(rewritten.begin(), rewritten.end(), '\r'), rewritten.end());
+    rewritten.replace(rewritten.find("  spaced"), std::strlen("  spaced\t=\t two  words "), "spaced = new");
+    EXPECT_EQ(readFile(file), rewritten);
+}
+
+TEST(ConfigFile, FailuresLeaveTheFileAsItWas) {
+    TempInstallation t;
+    const std::string old = "description = old\n";
+    const std::string file = t.write("scene/params.txt", old);
+    Commons::ConfigFile config(file);
+    const auto onlyTheFile = [&] {
+        int count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(t.path("scene")))
+            count += entry.path().filename() == "params.txt" ? 1 : 100;
+        return count == 1 && readFile(file) == old;
+    };
+
+    for (const std::string& key : {""s, "  "s, "a=b"s, "#x"s, ";x"s, "!x"s, "a\nb"s, "a\rb"s, "a\0b"s})
+        EXPECT_FALSE(config.modifyEntry(key, "x")) << key;
+    EXPECT_TRUE(onlyTheFile());
+
+    const std::string folder = t.makeFolder("folder.par");
+    EXPECT_FALSE(Commons::ConfigFile(folder).create());
+    EXPECT_FALSE(Commons::ConfigFile(folder).modifyEntry("description", "x"));
+    EXPECT_TRUE(Commons::FileUtils::IsFolder(folder.c_str()));
+
+    // A write that fails midway: the file-size limit stops it, even for root.
+    rlimit former;
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &former), 0);
+    rlimit small = former;
+    small.rlim_cur = 16;
+    auto formerHandler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    const bool written = config.modifyEntry("description", std::string(4096, 'x'));
+    ::setrlimit(RLIMIT_FSIZE, &former);
+    std::signal(SIGXFSZ, formerHandler);
+    EXPECT_FALSE(written);
+    EXPECT_TRUE(onlyTheFile());
+
+    if (::geteuid() == 0)
+        return; // permissions don't stop root
+    ::chmod(t.path("scene").c_str(), 0555);
+    EXPECT_FALSE(config.modifyEntry("description", "new"));
+    EXPECT_FALSE(config.create());
+    ::chmod(t.path("scene").c_str(), 0755);
+    EXPECT_TRUE(onlyTheFile());
+    // Unreadable: rewriting it from nothing would lose its other entries.
+    ::chmod(file.c_str(), 0200);
+    EXPECT_FALSE(config.modifyEntry("added", "x"));
+    ::chmod(file.c_str(), 0644);
+    EXPECT_TRUE(onlyTheFile());
 }
 
 TEST(InstallationFile, SyntaxErrorsNameFileAndLine) {

@@ -4,8 +4,9 @@
 
 namespace Commons {
 
-/// A file of `key = value` lines. Reads lazily from disk; every modification is
-/// written through at once.
+/// A file of `key = value` lines (format in docs/parameters-file.md). Reads
+/// lazily from disk; every modification is written through at once, all or
+/// nothing: a failed write leaves the file as it was.
 class ConfigFile {
 public:
     /// Binds the object to a path; touches no file.
@@ -14,11 +15,15 @@ public:
     ConfigFile(const ConfigFile&) = delete;
     ConfigFile& operator=(const ConfigFile&) = delete;
 
-    /// The text of an entry; the empty text for an absent key or an unreadable file.
+    /// The text of an entry, byte for byte as modifyEntry set it; the empty text
+    /// for an absent key or an unreadable file.
     std::string operator[](const std::string& key) const;
-    /// Creates the file, or truncates it to no entry. False if it can't be written.
+    /// Creates the file, or replaces it by one without entries. False if it can't be written.
     bool create();
-    /// Sets an entry and writes the file; false if it can't be written.
+    /// Sets an entry (any bytes) and writes the file. The key is taken without
+    /// its outer blanks. False, with the file untouched, if it can't be written, if
+    /// it exists but can't be read, or if the key couldn't be found again: empty,
+    /// holding '=', a line break or NUL, or starting with '#', ';' or '!'.
     bool modifyEntry(const std::string& key, const std::string& value);
 
 private:
