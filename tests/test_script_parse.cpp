@@ -222,3 +222,177 @@ TEST_F(ScriptParse, NamelessItemsSurviveTheRoundTrip) {
     EXPECT_EQ(second.status, 0) << second.output;
     EXPECT_EQ(second.output, first.output);
 }
+
+namespace {
+
+const std::string kCrossing = std::string(TAVREL_SOURCE_DIR) + "/examples/scripts/crossing.scn";
+const std::string kCrossingTrace = std::string(TAVREL_SOURCE_DIR) + "/examples/scripts/crossing.csv";
+
+std::string RunCrossing(const std::string& extra = "") {
+    return "script run '" + kCrossing + "' --root-model '" + kSampleModel + "' " + extra;
+}
+
+} // namespace
+
+// The example walks through its three states on its trace: a move against the
+// red light is caught by state 0 and by the evaluation, the green light moves
+// to state 1, two seconds of driving to state 2, the stop ends the scenario
+// before the trace does.
+TEST_F(ScriptParse, RunDrivesTheExampleThroughItsStatesAndStopsWhenItEnds) {
+    ToolRun run = Tavrel(RunCrossing("--signals '" + kCrossingTrace + "'"));
+    EXPECT_EQ(run.status, 0) << run.output;
+    for (const char* line :
+         {"0.000  CROSSING/WATCH  message \"Vehicle stopped\"\n",
+          "\n2.000  CROSSING/0  message \"Wait for the green light\"\n2.000  CROSSING/0/2  event 0 (holds)  "
+          "state 0\n",
+          "\n2.000  CROSSING/CROSSING_EVALUATION/1  message \"Red light crossed\"\n",
+          // Rows on whole seconds are seen at the step that lands on them.
+          "\n6.000  CROSSING/0/1  event 0 (holds)  state 0\n6.100  CROSSING/1  event 2 (starts)  state 1\n",
+          "\n9.000  CROSSING/1/3  event 0 (holds)  state 1\n9.100  CROSSING/2  event 2 (starts)  state 2\n",
+          "\n12.000  CROSSING/2/4  event 0 (holds)  state 2\n",
+          "\nsummary: 122 steps, last at 12.100\ntask CROSSING  state -3  steps 118\n",
+          "\nvariable CROSSING/0 red_light_runs=1\n", "\nscore 1 = 100\n"})
+        EXPECT_TRUE(Contains(run.output, line)) << line << run.output;
+    // Nothing is heard at time 0 from the state entered first, nor after the end.
+    EXPECT_FALSE(Contains(run.output, "CROSSING/0  event 2")) << run.output;
+    EXPECT_FALSE(Contains(run.output, "\n12.200")) << run.output;
+
+    // The same run as JSON lines; --until cuts it short in state 0.
+    ToolRun json = Tavrel(RunCrossing("--signals '" + kCrossingTrace + "' --json"));
+    EXPECT_EQ(json.status, 0) << json.output;
+    EXPECT_TRUE(
+        Contains(json.output,
+                 "\n{\"time\":6.1,\"path\":\"CROSSING/1\",\"event\":2,\"meaning\":\"starts\",\"state\":1}\n"))
+        << json.output;
+    EXPECT_TRUE(Contains(json.output,
+                         "{\"summary\":{\"steps\":122,\"time\":12.1,\"tasks\":[{\"path\":\"CROSSING\","
+                         "\"state\":-3,\"steps\":118}"))
+        << json.output;
+    ToolRun cut = Tavrel(RunCrossing("--signals '" + kCrossingTrace + "' --until 5 --step 0.5"));
+    EXPECT_EQ(cut.status, 0) << cut.output;
+    EXPECT_TRUE(Contains(cut.output, "\nsummary: 11 steps, last at 5.000\ntask CROSSING  state 0 "))
+        << cut.output;
+
+    // The example is kept in the writer's form.
+    const std::string out = folder + "/copy.scn";
+    EXPECT_EQ(
+        Tavrel("script parse '" + kCrossing + "' --root-model '" + kSampleModel + "' --save '" + out + "'")
+            .status,
+        0);
+    EXPECT_EQ(ReadAll(out), ReadAll(kCrossing));
+}
+
+// The host's entries follow the CODEs of the model they run with.
+TEST_F(ScriptParse, RunTakesTheCodesFromTheModel) {
+    std::string model = ReadAll(kSampleModel);
+    const size_t at = model.find("CODE=\"9\"");
+    ASSERT_NE(at, std::string::npos);
+    model.replace(at, 8, "CODE=\"31\"");
+    const std::string renumbered = WriteFile("renumbered.mdl", model);
+    ToolRun run = Tavrel("script run '" + kCrossing + "' --root-model '" + renumbered + "' --signals '" +
+                         kCrossingTrace + "'");
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_TRUE(Contains(run.output, "\n6.000  CROSSING/0/1  event 0 (holds)  state 0\n")) << run.output;
+    EXPECT_TRUE(Contains(run.output, "\ntask CROSSING  state -3 ")) << run.output;
+}
+
+TEST_F(ScriptParse, RunRefusesWhatItCannotRunBeforeStepping) {
+    // A call whose CODE has no entry, however deep, is named with its path.
+    const std::string unknown = WriteFile(
+        "unknown.scn",
+        "TYPEOF SCENARIO (S)\r\n{\r\n\tTYPEOF TASK (0)\r\n\t{\r\n\t\tTYPEOF RULE (1)\r\n\t\t{\r\n"
+        "\t\t\tTYPEOF CONDITION (SUPERIOR)\r\n\t\t\t{\r\n"
+        "\t\t\t\tTYPEOF PARAMETER (FIRST_OPERAND)\r\n\t\t\t\t{\r\n\t\t\t\t\tKIND=\"FUNCTION\"\r\n"
+        "\t\t\t\t\tTYPEOF FUNCTION (DISTANCE_TO_VEHICLE)\r\n\t\t\t\t\t{\r\n"
+        "\t\t\t\t\t\tTYPEOF PARAMETER (VHL_NUMBER)\r\n\t\t\t\t\t\t{\r\n\t\t\t\t\t\t\tKIND=\"VEHICLE\"\r\n"
+        "\t\t\t\t\t\t\tVALUE=\"0\"\r\n\t\t\t\t\t\t}\r\n\t\t\t\t\t}\r\n\t\t\t\t}\r\n"
+        "\t\t\t\tTYPEOF PARAMETER (SECOND_OPERAND)\r\n\t\t\t\t{\r\n\t\t\t\t\tKIND=\"USER\"\r\n"
+        "\t\t\t\t\tVALUE=\"10\"\r\n\t\t\t\t}\r\n\t\t\t}\r\n"
+        "\t\t\tTYPEOF ACTION (END_TASK)\r\n\t\t\t{\r\n\t\t\t}\r\n\t\t}\r\n\t}\r\n}\r\n");
+    ToolRun run = Tavrel("script run '" + unknown + "' --root-model '" + kSampleModel + "' --until 1");
+    EXPECT_EQ(run.status, 1) << run.output;
+    EXPECT_TRUE(Contains(run.output, "no run-time entry for FUNCTION DISTANCE_TO_VEHICLE (CODE 12) at "
+                                     "S/0/1/SUPERIOR/FIRST_OPERAND/DISTANCE_TO_VEHICLE\n"))
+        << run.output;
+    EXPECT_FALSE(Contains(run.output, "summary")) << run.output;
+
+    // A top item other than a scenario.
+    run = Tavrel("script run '" + kExercise + "' --root-model '" + kSampleModel + "' --until 1");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(Contains(run.output, "the top item is a TASK, not a SCENARIO")) << run.output;
+
+    // Traces: a signal the script reads is missing; times that don't increase;
+    // a cell that is no number.
+    const std::vector<std::pair<std::string, std::string>> traces = {
+        {"time,light_green\n0,1\n", "missing signal vehicle_stopped (read by IS_VEHICLE_STOPPED)"},
+        {"time,light_green,vehicle_stopped\r\n0,0,1\r\n2,0,0\r\n2,1,0\r\n",
+         "trace.csv:4: times must increase"},
+        {"time,light_green,vehicle_stopped\n0,0,yes\n", "trace.csv:2: \"yes\" is no number"},
+        {"light_green,time\n", "trace.csv:1: the header must begin with \"time\""}};
+    for (const auto& [trace, message] : traces) {
+        run = Tavrel(RunCrossing("--signals '" + WriteFile("trace.csv", trace) + "'"));
+        EXPECT_EQ(run.status, 1) << trace;
+        EXPECT_TRUE(Contains(run.output, message)) << message << run.output;
+        EXPECT_FALSE(Contains(run.output, "summary")) << run.output;
+    }
+    // Without a trace the run needs an end.
+    EXPECT_EQ(Tavrel(RunCrossing()).status, 1);
+}
+
+namespace {
+
+std::string Block(const std::string& header, const std::string& body) {
+    return "TYPEOF " + header + "\n{\n" + body + "}\n";
+}
+std::string Value(const std::string& name, const std::string& kind, const std::string& value) {
+    return Block("PARAMETER (" + name + ")", "KIND=\"" + kind + "\"\nVALUE=\"" + value + "\"\n");
+}
+std::string Call(const std::string& parameter, const std::string& function, const std::string& a,
+                 const std::string& b = "") {
+    return Block("PARAMETER (" + parameter + ")",
+                 "KIND=\"FUNCTION\"\n" + Block("FUNCTION (" + function + ")", a + b));
+}
+
+} // namespace
+
+// Arithmetic through nested calls, a trace row between two steps, and an
+// include with states of its own that the run waits for.
+TEST_F(ScriptParse, RunComputesReadsBetweenRowsAndWaitsForEveryLevel) {
+    const std::string sum = Call("NEW_VALUE", "PLUS",
+                                 Call("FIRST_OPERAND", "MAX",
+                                      Call("FIRST_OPERAND", "DIVIDE", Value("FIRST_OPERAND", "USER", "7"),
+                                           Value("SECOND_OPERAND", "USER", "0")),
+                                      Call("SECOND_OPERAND", "MODULO", Value("FIRST_OPERAND", "USER", "7"),
+                                           Value("SECOND_OPERAND", "USER", "4"))),
+                                 Call("SECOND_OPERAND", "ABS",
+                                      Call("OPERAND", "MINUS", Value("FIRST_OPERAND", "USER", "2"),
+                                           Value("SECOND_OPERAND", "USER", "10"))));
+    const std::string script = Block(
+        "SCENARIO (S)",
+        Block("VARIABLE (0)", "LABEL=\"x\"\nTYPE=\"FLOAT\"\nVALUE=\"0\"\n") +
+            Block("INCLUDE (I)",
+                  "FILE=\"i.inc\"\n" +
+                      Block("TASK (0)", Block("RULE (1)", Block("CONDITION (SUPEQUAL)",
+                                                                Call("FIRST_OPERAND", "GET_TIME", "") +
+                                                                    Value("SECOND_OPERAND", "USER", "1")) +
+                                                              Block("ACTION (END_TASK)", "")))) +
+            Block("TASK (0)",
+                  Block("RULE (2)",
+                        Block("CONDITION (IS_LIGHT_GREEN)", Value("TRAFFIC_LIGHT", "TRAFFIC_LIGHT", "1")) +
+                            Block("ACTION (SET_VARIABLE)", Value("TARGET_VARIABLE", "VARIABLE", "0") + sum) +
+                            Block("ACTION (GOTO_STATE)", Value("STATE_NUMBER", "USER", "1")))) +
+            Block("TASK (1)", Block("RULE (3)", Block("ACTION (END_TASK)", ""))));
+    const std::string file = WriteFile("s.scn", script);
+    const std::string trace = WriteFile("t.csv", "time,light_green\n0,0\n0.25,1\n5,1\n");
+    ToolRun run =
+        Tavrel("script run '" + file + "' --root-model '" + kSampleModel + "' --signals '" + trace + "'");
+    EXPECT_EQ(run.status, 0) << run.output;
+    // The row at 0.25 is first seen at 0.3.
+    for (const char* line :
+         {"\n0.300  S/0/2  event 0 (holds)  state 0\n", "\n0.400  S/1  event 2 (starts)  state 1\n",
+          // 3 + 8: max(7 / 0 as 0, 7 mod 4) + |2 - 10|
+          "\nvariable S/0 x=11\n",
+          // The scenario ended at 0.6, its include at 1.1.
+          "\nsummary: 12 steps, last at 1.100\ntask S  state -3  steps ", "\ntask S/I  state -3 "})
+        EXPECT_TRUE(Contains(run.output, line)) << line << run.output;
+}

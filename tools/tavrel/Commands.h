@@ -14,7 +14,9 @@ void addInstallationCommands(CLI::App& app);
 void addScenarioCommands(CLI::App& app);
 /// get, variadic list|add|remove|clear
 void addVariadicCommands(CLI::App& app);
-/// script parse
+/// script parse, script run
 void addScriptCommands(CLI::App& app);
+/// script run, on the "script" command
+void addScriptRunCommand(CLI::App& script);
 
 } // namespace tavrel

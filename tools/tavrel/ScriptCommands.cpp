@@ -236,4 +236,5 @@ void tavrel::addScriptCommands(CLI::App& app) {
     parse->add_flag("--evaluate", options->evaluate,
                     "Evaluate each call of a function with the default run-time table");
     parse->callback([options]() { tavrel::runReporting([&]() { RunParse(*options); }); });
+    tavrel::addScriptRunCommand(*script);
 }
