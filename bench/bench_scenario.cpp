@@ -11,6 +11,7 @@
 //
 // The step rows also show their time per rule as the counter "time_per_rule".
 
+#include "BenchRules.h"
 #include "BenchText.h"
 
 #include <environment/lmkUtils/EnvConfig.h>
@@ -32,73 +33,16 @@
 
 namespace {
 
+using benchrules::counted;
+using benchrules::Operands;
+using benchrules::OperandsOf;
+using benchrules::WriteRule;
 using benchtext::Read;
 using benchtext::Writer;
 
 const int kIncludes = 20;
 const int kRulesPerInclude = 50;
 const int kRules = kIncludes * kRulesPerInclude;
-
-// The model: three number parameters, the comparison SUPERIOR (CODE 1 of the
-// condition table) and the action COUNT (CODE 1 of the action table).
-std::string ModelText() {
-    Writer out;
-    out.Open("FOLDER", "NURO");
-    out.Attribute("LABEL", "Benchmark model");
-    out.Open("FOLDER", "PARAMETER_LIST");
-    out.Attribute("LABEL", "Parameters");
-    for (const char* name : {"FIRST_OPERAND", "SECOND_OPERAND", "AMOUNT"}) {
-        out.Open("PARAMETER", name);
-        out.Attribute("LABEL", name);
-        out.Attribute("TYPE", "FLOAT");
-        out.Attribute("KINDLIST", "USER VARIABLE");
-        out.Close();
-    }
-    out.Close();
-    out.Open("FOLDER", "CONDITION_LIST");
-    out.Attribute("LABEL", "Conditions");
-    out.Open("CONDITION", "SUPERIOR");
-    out.Attribute("LABEL", "Greater than");
-    out.Attribute("CODE", "1");
-    out.Attribute("WIZARD", "MAPTOOL");
-    out.UserValue("FIRST_OPERAND", "0");
-    out.UserValue("SECOND_OPERAND", "0");
-    out.Close();
-    out.Close();
-    out.Open("FOLDER", "ACTION_LIST");
-    out.Attribute("LABEL", "Actions");
-    out.Open("ACTION", "COUNT");
-    out.Attribute("LABEL", "Count");
-    out.Attribute("CODE", "1");
-    out.UserValue("AMOUNT", "0");
-    out.Close();
-    out.Close();
-    out.Close();
-    return out.text;
-}
-
-// What rule i compares and counts, as text and as the numbers the text reads
-// as: the first operand is the greater in every other rule.
-struct Operands {
-    std::string firstText;
-    std::string secondText;
-    std::string amountText;
-    float first;
-    float second;
-    float amount;
-};
-
-Operands OperandsOf(int rule) {
-    const int base = (rule * 7) % 90;
-    Operands o;
-    o.firstText = std::to_string(base + (rule % 2 == 0 ? 1 : 0)) + ".5";
-    o.secondText = std::to_string(base + (rule % 2 == 0 ? 0 : 1)) + ".25";
-    o.amountText = std::to_string(rule % 3 + 1);
-    o.first = static_cast<float>(std::atof(o.firstText.c_str()));
-    o.second = static_cast<float>(std::atof(o.secondText.c_str()));
-    o.amount = static_cast<float>(std::atof(o.amountText.c_str()));
-    return o;
-}
 
 // Task `state` of rules first to first + count - 1, each "IF first > second
 // THEN COUNT amount". Its name is the number of the state it stands for.
@@ -107,17 +51,7 @@ void WriteTask(Writer& out, int state, int first, int count) {
     out.Attribute("LABEL", "Task " + std::to_string(state));
     out.Attribute("TASK_KIND", "0");
     for (int i = first; i < first + count; ++i) {
-        const Operands o = OperandsOf(i);
-        out.Open("RULE", std::to_string(i));
-        out.Attribute("LABEL", "Rule " + std::to_string(i));
-        out.Open("CONDITION", "SUPERIOR");
-        out.UserValue("FIRST_OPERAND", o.firstText);
-        out.UserValue("SECOND_OPERAND", o.secondText);
-        out.Close();
-        out.Open("ACTION", "COUNT");
-        out.UserValue("AMOUNT", o.amountText);
-        out.Close();
-        out.Close();
+        WriteRule(out, i);
     }
     out.Close();
 }
@@ -210,7 +144,7 @@ Folders* TheModel() {
     static Folders* model = nullptr;
     if (model == nullptr) {
         scenarioRootModel = nullptr;
-        model = dynamic_cast<Folders*>(Read(ModelText()));
+        model = dynamic_cast<Folders*>(Read(benchrules::ModelText()));
         if (model == nullptr)
             std::abort();
     }
@@ -275,16 +209,6 @@ void BM_ScenarioLoad_Reference(benchmark::State& state) {
 }
 BENCHMARK(BM_ScenarioLoad_Reference)->Name("scenario.load/reference")->Unit(benchmark::kMicrosecond);
 
-// What the action entry adds up; read back to check that the rules ran.
-double counted = 0.0;
-
-// The entries of CODE 1, set once for the whole program, as a host sets its
-// tables before it runs scenarios.
-void SetEntries() {
-    SetConditionEntry(1, [](const ParameterValue* values) { return values[0].number > values[1].number; });
-    SetActionEntry(1, [](const ParameterValue* values) { counted += values[0].number; });
-}
-
 // The time of the steps goes on from step to step, as a host's clock does.
 double now = 0.0;
 
@@ -314,28 +238,6 @@ const Running& TheRunning() {
             running.countedPerStep += running.operands.back().amount;
     }
     return running;
-}
-
-// The step of the reference: each rule's two arrays filled by hand, as the model
-// fills them (tag 1, the number, the text of VALUE), and the entries called.
-void StepByHand(const std::vector<Operands>& operands, const ConditionEntry& condition,
-                const ActionEntry& action) {
-    for (const Operands& o : operands) {
-        ParameterValue tested[kRuntimeValueCount];
-        tested[0].tag = 1;
-        tested[0].number = o.first;
-        tested[0].text = o.firstText;
-        tested[1].tag = 1;
-        tested[1].number = o.second;
-        tested[1].text = o.secondText;
-        if (condition(tested)) {
-            ParameterValue done[kRuntimeValueCount];
-            done[0].tag = 1;
-            done[0].number = o.amount;
-            done[0].text = o.amountText;
-            action(done);
-        }
-    }
 }
 
 // Runs `step` for half a second, untimed; a first step that doesn't count what
@@ -377,7 +279,8 @@ void BM_ScenarioStep_Reference(benchmark::State& state) {
     const Running& running = TheRunning();
     const ConditionEntry& condition = *FindConditionEntry(1);
     const ActionEntry& action = *FindActionEntry(1);
-    TimeSteps(state, running.countedPerStep, [&]() { StepByHand(running.operands, condition, action); });
+    TimeSteps(state, running.countedPerStep,
+              [&]() { benchrules::StepByHand(running.operands, condition, action); });
     state.SetLabel("the table entries called with hand-filled arrays");
 }
 BENCHMARK(BM_ScenarioStep_Reference)->Name("scenario.step/reference")->Unit(benchmark::kMicrosecond);
@@ -391,7 +294,7 @@ int main(int argc, char** argv) {
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
     mallopt(M_MMAP_THRESHOLD, 1 << 30);
     benchmark::Initialize(&argc, argv);
-    SetEntries();
+    benchrules::SetEntries();
     // The installation, its files, the model and the running scenario are made
     // before any benchmark runs.
     TheInstallation();
