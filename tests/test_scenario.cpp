@@ -134,8 +134,12 @@ TEST_F(Scenarios, CriteriaAndTheEvaluationKeepTheirAttributes) {
     auto again = Load<Evaluation>(saved);
     ASSERT_NE(again, nullptr);
     EXPECT_EQ(SaveText(*again), saved);
-    // A score needs its number and its value.
+    // A score needs its number and its value; a scenario whose evaluation or
+    // general parameters are refused is refused whole, and leaks nothing.
     EXPECT_EQ(Load<ScenarioItem>(Block("EVALUATION (E)", "SCORE=\"2\"\n")), nullptr);
+    EXPECT_EQ(Load<ScenarioItem>(Block("SCENARIO (S)", Block("EVALUATION (E)", "SCORE=\"2\"\n"))), nullptr);
+    EXPECT_EQ(Load<ScenarioItem>(Block("SCENARIO (S)", Block("GENERAL_PARAMETERS", "LABEL=\"x\"\n"))),
+              nullptr);
 }
 
 TEST_F(Scenarios, AScenarioStepsIncludesTaskThenEvaluationUntilPausedOrStopped) {

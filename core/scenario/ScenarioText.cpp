@@ -290,8 +290,13 @@ ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoa
             if (std::find(held.begin(), held.end(), item) != held.end()) {
                 parent->RemoveChild(item);
                 // A parameter hands a removed call back to the caller instead of
-                // destroying it.
-                if (dynamic_cast<Parameter*>(parent) != nullptr)
+                // destroying it, and so does a scenario its evaluation and its
+                // general parameters: here the caller is the reader, which drops it.
+                const bool handedBack =
+                    dynamic_cast<Parameter*>(parent) != nullptr ||
+                    (parent->kind == ITEM_SCENARIO &&
+                     (item->kind == ITEM_EVALUATION || item->kind == ITEM_GENERAL_PARAMETERS));
+                if (handedBack)
                     delete item;
                 return nullptr;
             }
