@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ostream>
+#include <string_view>
 
 namespace {
 
@@ -306,22 +307,45 @@ bool Condition::Evaluate(double time) {
         else
             hasBeenFalse = 1;
     }
-    if (modifier == "IS_FALSE")
-        return state == 0;
-    if (modifier == "IS_TRUE")
-        return state == 1;
-    if (modifier == "BECOMES_FALSE")
-        return state == 0 && changed;
-    if (modifier == "BECOMES_TRUE")
-        return state == 1 && changed;
-    if (modifier == "HAS_BEEN_FALSE_FOR")
-        return state == 0 && time - lastChangeTime >= duration;
-    if (modifier == "HAS_BEEN_TRUE_FOR")
-        return state == 1 && time - lastChangeTime >= duration;
-    if (modifier == "HAS_BEEN_FALSE")
-        return hasBeenFalse != 0;
-    if (modifier == "HAS_BEEN_TRUE")
-        return hasBeenTrue != 0;
+    // Every rule of a running task asks this at every step: the words are told
+    // apart by their length first.
+    const auto is = [this](std::string_view word) {
+        return modifier.size() == word.size() && std::string_view(modifier) == word;
+    };
+    switch (modifier.size()) {
+    case 7:
+        if (is("IS_TRUE"))
+            return state == 1;
+        break;
+    case 8:
+        if (is("IS_FALSE"))
+            return state == 0;
+        break;
+    case 12:
+        if (is("BECOMES_TRUE"))
+            return state == 1 && changed;
+        break;
+    case 13:
+        if (is("BECOMES_FALSE"))
+            return state == 0 && changed;
+        if (is("HAS_BEEN_TRUE"))
+            return hasBeenTrue != 0;
+        break;
+    case 14:
+        if (is("HAS_BEEN_FALSE"))
+            return hasBeenFalse != 0;
+        break;
+    case 17:
+        if (is("HAS_BEEN_TRUE_FOR"))
+            return state == 1 && time - lastChangeTime >= duration;
+        break;
+    case 18:
+        if (is("HAS_BEEN_FALSE_FOR"))
+            return state == 0 && time - lastChangeTime >= duration;
+        break;
+    default:
+        break;
+    }
     if (scenarioLog != nullptr) {
         scenarioLog->put('\x03');
         *scenarioLog << "Unknown modifier " << modifier << std::endl;
