@@ -730,7 +730,8 @@ const char* FileNameOf(const char* path) {
 }
 
 void ResolveDataPath(const char* file, std::string& directory) {
-    lmkUtils::EnvConfig environment;
+    // The installation is asked for its data path only when the file isn't found
+    // in it: making an EnvConfig reads the installation file again.
     if (file != nullptr) {
         std::string found = lmkUtils::EnvConfig::findInPath(directory, file);
         if (!found.empty()) {
@@ -738,10 +739,10 @@ void ResolveDataPath(const char* file, std::string& directory) {
         } else {
             directory += "\\";
             directory += file;
-            directory = environment[directory];
+            directory = lmkUtils::EnvConfig()[directory];
         }
     } else {
-        directory = environment[directory];
+        directory = lmkUtils::EnvConfig()[directory];
     }
     NormalizePath(directory);
 }
