@@ -288,14 +288,15 @@ ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoa
             std::vector<ScenarioItem*> held;
             parent->GetChildren(held);
             if (std::find(held.begin(), held.end(), item) != held.end()) {
-                parent->RemoveChild(item);
                 // A parameter hands a removed call back to the caller instead of
                 // destroying it, and so does a scenario its evaluation and its
-                // general parameters: here the caller is the reader, which drops it.
+                // general parameters: here the caller is the reader, which drops
+                // it. Decided before the removal, which may destroy the item.
                 const bool handedBack =
                     dynamic_cast<Parameter*>(parent) != nullptr ||
                     (parent->kind == ITEM_SCENARIO &&
                      (item->kind == ITEM_EVALUATION || item->kind == ITEM_GENERAL_PARAMETERS));
+                parent->RemoveChild(item);
                 if (handedBack)
                     delete item;
                 return nullptr;
