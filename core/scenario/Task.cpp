@@ -15,7 +15,8 @@
 
 int32_t taskRuleCounter = 0;
 
-using ScenarioItemStore::Place;
+using ScenarioItemStore::PlaceAs;
+using ScenarioItemStore::ReplaceAs;
 using ScenarioItemStore::Swap;
 using ScenarioItemStore::Take;
 
@@ -62,35 +63,28 @@ void Task::DetachChildren() {
 void Task::AddChild(ScenarioItem* child, ScenarioItem* reference, bool after) {
     if (child == nullptr)
         return;
-    Task* task = nullptr;
+    bool placed = false;
     switch (child->kind) {
     case ITEM_VARIABLE:
-        if (Variable* variable = dynamic_cast<Variable*>(child))
-            Place(variables, variable, reference, after);
-        else
-            return;
+        placed = PlaceAs(variables, child, reference, after);
         break;
     case ITEM_RULE:
-        if (Rule* rule = dynamic_cast<Rule*>(child))
-            Place(rules, rule, reference, after);
-        else
-            return;
-        ++taskRuleCounter;
+        placed = PlaceAs(rules, child, reference, after);
+        taskRuleCounter += placed ? 1 : 0;
         break;
     case ITEM_TASK:
-        task = dynamic_cast<Task*>(child);
-        if (task == nullptr)
-            return;
-        Place(subTasks, task, reference, after);
+        placed = PlaceAs(subTasks, child, reference, after);
         break;
     default:
-        return;
+        break;
     }
+    if (!placed)
+        return;
     ModelIndex::NoteChange(this);
     child->parent = this;
     // The variables of a task brought in must not take names already in use.
-    if (task != nullptr)
-        task->RenumberVariables();
+    if (child->kind == ITEM_TASK)
+        static_cast<Task*>(child)->RenumberVariables();
 }
 
 void Task::RemoveChild(ScenarioItem* child) {
@@ -112,23 +106,22 @@ void Task::ReplaceChild(ScenarioItem* newChild, ScenarioItem* oldChild) {
         return;
     }
     ModelIndex::NoteChange(this);
+    bool replaced = false;
     switch (newChild->kind) {
     case ITEM_VARIABLE:
-        if (Variable* variable = dynamic_cast<Variable*>(newChild))
-            std::replace(variables.begin(), variables.end(), static_cast<Variable*>(oldChild), variable);
+        replaced = ReplaceAs(variables, newChild, oldChild);
         break;
     case ITEM_RULE:
-        if (Rule* rule = dynamic_cast<Rule*>(newChild))
-            std::replace(rules.begin(), rules.end(), static_cast<Rule*>(oldChild), rule);
+        replaced = ReplaceAs(rules, newChild, oldChild);
         break;
     case ITEM_TASK:
-        if (Task* task = dynamic_cast<Task*>(newChild))
-            std::replace(subTasks.begin(), subTasks.end(), static_cast<Task*>(oldChild), task);
+        replaced = ReplaceAs(subTasks, newChild, oldChild);
         break;
     default:
-        return;
+        break;
     }
-    newChild->parent = this;
+    if (replaced)
+        newChild->parent = this;
 }
 
 void Task::SwapChildren(ScenarioItem* a, ScenarioItem* b) {

@@ -12,7 +12,8 @@
 #include <memory>
 #include <ostream>
 
-using ScenarioItemStore::Place;
+using ScenarioItemStore::PlaceAs;
+using ScenarioItemStore::ReplaceAs;
 using ScenarioItemStore::Swap;
 using ScenarioItemStore::Take;
 
@@ -62,29 +63,25 @@ void Rule::DetachChildren() {
 void Rule::AddChild(ScenarioItem* child, ScenarioItem* reference, bool after) {
     if (child == nullptr)
         return;
+    bool placed = false;
     switch (child->kind) {
     case ITEM_VARIABLE:
-        if (Variable* variable = dynamic_cast<Variable*>(child))
-            Place(variables, variable, reference, after);
-        else
-            return;
+        placed = PlaceAs(variables, child, reference, after);
         break;
     case ITEM_CONDITION:
-        if (Condition* condition = dynamic_cast<Condition*>(child))
-            Place(conditions, condition, reference, after);
-        else
-            return;
+        placed = PlaceAs(conditions, child, reference, after);
         break;
     case ITEM_ACTION:
+        placed = PlaceAs(actions, child, reference, after);
+        break;
     case ITEM_ELSE_ACTION:
-        if (Action* action = dynamic_cast<Action*>(child))
-            Place(child->kind == ITEM_ACTION ? actions : elseActions, action, reference, after);
-        else
-            return;
+        placed = PlaceAs(elseActions, child, reference, after);
         break;
     default:
-        return;
+        break;
     }
+    if (!placed)
+        return;
     ModelIndex::NoteChange(this);
     child->parent = this;
 }
@@ -104,26 +101,25 @@ void Rule::ReplaceChild(ScenarioItem* newChild, ScenarioItem* oldChild) {
     if (newChild == nullptr)
         return;
     ModelIndex::NoteChange(this);
+    bool replaced = false;
     switch (newChild->kind) {
     case ITEM_VARIABLE:
-        if (Variable* variable = dynamic_cast<Variable*>(newChild))
-            std::replace(variables.begin(), variables.end(), static_cast<Variable*>(oldChild), variable);
+        replaced = ReplaceAs(variables, newChild, oldChild);
         break;
     case ITEM_CONDITION:
-        if (Condition* condition = dynamic_cast<Condition*>(newChild))
-            std::replace(conditions.begin(), conditions.end(), static_cast<Condition*>(oldChild), condition);
+        replaced = ReplaceAs(conditions, newChild, oldChild);
         break;
     case ITEM_ACTION:
+        replaced = ReplaceAs(actions, newChild, oldChild);
+        break;
     case ITEM_ELSE_ACTION:
-        if (Action* action = dynamic_cast<Action*>(newChild)) {
-            auto& list = newChild->kind == ITEM_ACTION ? actions : elseActions;
-            std::replace(list.begin(), list.end(), static_cast<Action*>(oldChild), action);
-        }
+        replaced = ReplaceAs(elseActions, newChild, oldChild);
         break;
     default:
-        return;
+        break;
     }
-    newChild->parent = this;
+    if (replaced)
+        newChild->parent = this;
 }
 
 void Rule::SwapChildren(ScenarioItem* a, ScenarioItem* b) {

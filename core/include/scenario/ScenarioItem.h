@@ -258,6 +258,26 @@ template <typename T> void Place(std::vector<T*>& list, T* child, const Scenario
     else
         list.insert(list.begin(), child);
 }
+/// Places `child` in the list by the rule of Place when it is a T; false otherwise.
+template <typename T>
+bool PlaceAs(std::vector<T*>& list, ScenarioItem* child, const ScenarioItem* reference, bool after) {
+    T* typed = dynamic_cast<T*>(child);
+    if (typed == nullptr)
+        return false;
+    Place(list, typed, reference, after);
+    return true;
+}
+/// Puts `newChild` in every position of `oldChild` when it is a T; false otherwise.
+template <typename T>
+bool ReplaceAs(std::vector<T*>& list, ScenarioItem* newChild, const ScenarioItem* oldChild) {
+    T* typed = dynamic_cast<T*>(newChild);
+    if (typed == nullptr)
+        return false;
+    for (T*& item : list)
+        if (item == oldChild)
+            item = typed;
+    return true;
+}
 /// Takes the first occurrence of `child` out of the list; false if it isn't there.
 template <typename T> bool Take(std::vector<T*>& list, const ScenarioItem* child) {
     for (auto it = list.begin(); it != list.end(); ++it)
