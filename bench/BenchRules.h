@@ -8,6 +8,9 @@
 
 #include <scenario/ScenarioModel.h>
 
+#include <benchmark/benchmark.h>
+
+#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -122,6 +125,36 @@ inline void StepByHand(const std::vector<Operands>& operands, const ConditionEnt
             action(done);
         }
     }
+}
+
+// Runs `step` once, which must count `countedPerStep`, then for half a second,
+// untimed, so that the caches and the processor settle; false, with the
+// benchmark stopped, when the first step counts anything else.
+template <typename Step> bool WarmUp(Step step, double countedPerStep, benchmark::State& state) {
+    counted = 0.0;
+    step();
+    if (counted != countedPerStep) {
+        state.SkipWithError("the rules did not count what they should");
+        return false;
+    }
+    const auto start = std::chrono::steady_clock::now();
+    while (std::chrono::steady_clock::now() - start < std::chrono::milliseconds(500))
+        step();
+    return true;
+}
+
+// Times `step`, which steps `rules` rules in all, and shows the time per rule as
+// the counter "time_per_rule".
+template <typename Step>
+void TimeSteps(benchmark::State& state, int rules, double countedPerStep, Step step) {
+    if (!WarmUp(step, countedPerStep, state))
+        return;
+    for (auto _ : state)
+        step();
+    benchmark::DoNotOptimize(counted);
+    state.counters["time_per_rule"] =
+        benchmark::Counter(static_cast<double>(rules),
+                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 } // namespace benchrules

@@ -245,35 +245,9 @@ const Running& TheRunning() {
     return running;
 }
 
-// Runs `step` for half a second, untimed; a first step that doesn't count what
-// it should stops the benchmark.
-template <typename Step> bool WarmUpSteps(Step step, double countedPerStep, benchmark::State& state) {
-    counted = 0.0;
-    step();
-    if (counted != countedPerStep) {
-        state.SkipWithError("the rules did not count what they should");
-        return false;
-    }
-    const auto start = std::chrono::steady_clock::now();
-    while (std::chrono::steady_clock::now() - start < std::chrono::milliseconds(500))
-        step();
-    return true;
-}
-
-template <typename Step> void TimeSteps(benchmark::State& state, double countedPerStep, Step step) {
-    if (!WarmUpSteps(step, countedPerStep, state))
-        return;
-    for (auto _ : state)
-        step();
-    benchmark::DoNotOptimize(counted);
-    state.counters["time_per_rule"] =
-        benchmark::Counter(static_cast<double>(kRules),
-                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-}
-
 void BM_ScenarioStep_Measured(benchmark::State& state) {
     const Running& running = TheRunning();
-    TimeSteps(state, running.countedPerStep, [&]() {
+    benchrules::TimeSteps(state, kRules, running.countedPerStep, [&]() {
         now += 0.02;
         running.scenario->StepScenario(now);
     });
@@ -284,8 +258,8 @@ void BM_ScenarioStep_Reference(benchmark::State& state) {
     const Running& running = TheRunning();
     const ConditionEntry& condition = *FindConditionEntry(1);
     const ActionEntry& action = *FindActionEntry(1);
-    TimeSteps(state, running.countedPerStep,
-              [&]() { benchrules::StepByHand(running.operands, condition, action); });
+    benchrules::TimeSteps(state, kRules, running.countedPerStep,
+                          [&]() { benchrules::StepByHand(running.operands, condition, action); });
     state.SetLabel("the table entries called with hand-filled arrays");
 }
 BENCHMARK(BM_ScenarioStep_Reference)->Name("scenario.step/reference")->Unit(benchmark::kMicrosecond);

@@ -84,34 +84,6 @@ const Case& CaseOf(int count) {
     return made.emplace(count, std::move(c)).first->second;
 }
 
-// Runs `step` for half a second, untimed, so that the caches and the processor
-// settle; a first step that doesn't count what it should stops the benchmark.
-template <typename Step> bool WarmUp(Step step, double countedPerStep, benchmark::State& state) {
-    counted = 0.0;
-    step();
-    if (counted != countedPerStep) {
-        state.SkipWithError("the rules did not count what they should");
-        return false;
-    }
-    const auto start = std::chrono::steady_clock::now();
-    while (std::chrono::steady_clock::now() - start < std::chrono::milliseconds(500))
-        step();
-    return true;
-}
-
-// Times `step`, which steps `rules` rules in all, and shows the time per rule.
-template <typename Step>
-void TimeSteps(benchmark::State& state, int rules, double countedPerStep, Step step) {
-    if (!WarmUp(step, countedPerStep, state))
-        return;
-    for (auto _ : state)
-        step();
-    benchmark::DoNotOptimize(counted);
-    state.counters["time_per_rule"] =
-        benchmark::Counter(static_cast<double>(rules),
-                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-}
-
 // The time of the steps goes on from step to step, as a host's clock does.
 double now = 0.0;
 
@@ -122,7 +94,7 @@ void StepTask(Task* task) {
 
 void BM_Step1000Rules_Measured(benchmark::State& state) {
     const Case& c = CaseOf(1000);
-    TimeSteps(state, 1000, c.countedPerStep, [&]() { StepTask(c.task); });
+    benchrules::TimeSteps(state, 1000, c.countedPerStep, [&]() { StepTask(c.task); });
 }
 BENCHMARK(BM_Step1000Rules_Measured)->Name("task.step_1000_rules/measured")->Unit(benchmark::kMicrosecond);
 
@@ -130,15 +102,15 @@ void BM_Step1000Rules_Reference(benchmark::State& state) {
     const Case& c = CaseOf(1000);
     const ConditionEntry& condition = *FindConditionEntry(1);
     const ActionEntry& action = *FindActionEntry(1);
-    TimeSteps(state, 1000, c.countedPerStep,
-              [&]() { benchrules::StepByHand(c.operands, condition, action); });
+    benchrules::TimeSteps(state, 1000, c.countedPerStep,
+                          [&]() { benchrules::StepByHand(c.operands, condition, action); });
     state.SetLabel("the table entries called with hand-filled arrays");
 }
 BENCHMARK(BM_Step1000Rules_Reference)->Name("task.step_1000_rules/reference")->Unit(benchmark::kMicrosecond);
 
 void BM_StepScaling_Measured(benchmark::State& state) {
     const Case& c = CaseOf(10000);
-    TimeSteps(state, 10000, c.countedPerStep, [&]() { StepTask(c.task); });
+    benchrules::TimeSteps(state, 10000, c.countedPerStep, [&]() { StepTask(c.task); });
 }
 BENCHMARK(BM_StepScaling_Measured)->Name("task.step_scaling/measured")->Unit(benchmark::kMicrosecond);
 
@@ -146,7 +118,7 @@ BENCHMARK(BM_StepScaling_Measured)->Name("task.step_scaling/measured")->Unit(ben
 // as one step of the large task, so that the ratio compares the time per rule.
 void BM_StepScaling_Reference(benchmark::State& state) {
     const Case& c = CaseOf(100);
-    TimeSteps(state, 10000, 100 * c.countedPerStep, [&]() {
+    benchrules::TimeSteps(state, 10000, 100 * c.countedPerStep, [&]() {
         for (int i = 0; i < 100; ++i)
             StepTask(c.task);
     });
