@@ -225,8 +225,11 @@ TEST_F(ScriptParse, NamelessItemsSurviveTheRoundTrip) {
 
 namespace {
 
-const std::string kCrossing = std::string(TAVREL_SOURCE_DIR) + "/examples/scripts/crossing.scn";
+const std::string kCrossing = std::string(TAVREL_SOURCE_DIR) + "/examples/scripts/crossing.sc";
 const std::string kCrossingTrace = std::string(TAVREL_SOURCE_DIR) + "/examples/scripts/crossing.csv";
+
+const std::string kDescription =
+    "Crossing at a traffic light: wait for green, cross, stop. Red-light runs are counted.";
 
 std::string RunCrossing(const std::string& extra = "") {
     return "script run '" + kCrossing + "' --root-model '" + kSampleModel + "' " + extra;
@@ -241,8 +244,8 @@ std::string RunCrossing(const std::string& extra = "") {
 TEST_F(ScriptParse, RunDrivesTheExampleThroughItsStatesAndStopsWhenItEnds) {
     ToolRun run = Tavrel(RunCrossing("--signals '" + kCrossingTrace + "'"));
     EXPECT_EQ(run.status, 0) << run.output;
-    for (const char* line :
-         {"0.000  CROSSING/WATCH  message \"Vehicle stopped\"\n",
+    for (const std::string& line : std::initializer_list<std::string>{
+             "0.000  CROSSING/WATCH  message \"Vehicle stopped\"\n",
           "\n2.000  CROSSING/0  message \"Wait for the green light\"\n2.000  CROSSING/0/2  event 0 (holds)  "
           "state 0\n",
           "\n2.000  CROSSING/CROSSING_EVALUATION/1  message \"Red light crossed\"\n",
@@ -250,7 +253,12 @@ TEST_F(ScriptParse, RunDrivesTheExampleThroughItsStatesAndStopsWhenItEnds) {
           "\n6.000  CROSSING/0/1  event 0 (holds)  state 0\n6.100  CROSSING/1  event 2 (starts)  state 1\n",
           "\n9.000  CROSSING/1/3  event 0 (holds)  state 1\n9.100  CROSSING/2  event 2 (starts)  state 2\n",
           "\n12.000  CROSSING/2/4  event 0 (holds)  state 2\n",
-          "\nsummary: 122 steps, last at 12.100\ntask CROSSING  state -3  steps 118\n",
+          // The include is read from the file beside the script; its rule is
+          // heard too.
+          "\n12.000  CROSSING/WATCH/10  event 0 (holds)  state 2\n",
+          // The description comes from the parameters file beside the script.
+          "\nsummary: 122 steps, last at 12.100\ndescription \"" + kDescription +
+              "\"\ntask CROSSING  state -3  steps 118\n",
           "\nvariable CROSSING/0 red_light_runs=1\n", "\nscore 1 = 100\n"})
         EXPECT_TRUE(Contains(run.output, line)) << line << run.output;
     // Nothing is heard at time 0 from the state entered first, nor after the end.
@@ -265,21 +273,28 @@ TEST_F(ScriptParse, RunDrivesTheExampleThroughItsStatesAndStopsWhenItEnds) {
                  "\n{\"time\":6.1,\"path\":\"CROSSING/1\",\"event\":2,\"meaning\":\"starts\",\"state\":1}\n"))
         << json.output;
     EXPECT_TRUE(Contains(json.output,
-                         "{\"summary\":{\"steps\":122,\"time\":12.1,\"tasks\":[{\"path\":\"CROSSING\","
+                         "{\"summary\":{\"steps\":122,\"time\":12.1,\"description\":\"" + kDescription +
+                             "\",\"tasks\":[{\"path\":\"CROSSING\","
                          "\"state\":-3,\"steps\":118}"))
         << json.output;
     ToolRun cut = Tavrel(RunCrossing("--signals '" + kCrossingTrace + "' --until 5 --step 0.5"));
     EXPECT_EQ(cut.status, 0) << cut.output;
-    EXPECT_TRUE(Contains(cut.output, "\nsummary: 11 steps, last at 5.000\ntask CROSSING  state 0 "))
+    EXPECT_TRUE(Contains(cut.output, "\nsummary: 11 steps, last at 5.000\ndescription \"" + kDescription +
+                                          "\"\ntask CROSSING  state 0 "))
         << cut.output;
 
-    // The example is kept in the writer's form.
-    const std::string out = folder + "/copy.scn";
-    EXPECT_EQ(
-        Tavrel("script parse '" + kCrossing + "' --root-model '" + kSampleModel + "' --save '" + out + "'")
-            .status,
-        0);
+    // The example is kept in the writer's form, the include by its reference;
+    // the copy reads back to the same tree.
+    const std::string out = folder + "/copy.sc";
+    const std::string parse = "script parse '" + kCrossing + "' --root-model '" + kSampleModel + "'";
+    ToolRun original = Tavrel(parse + " --save '" + out + "'");
+    EXPECT_EQ(original.status, 0);
     EXPECT_EQ(ReadAll(out), ReadAll(kCrossing));
+    WriteFile("crossing_watch.inc",
+              ReadAll(std::string(TAVREL_SOURCE_DIR) + "/examples/scripts/crossing_watch.inc"));
+    ToolRun copy = Tavrel("script parse '" + out + "' --root-model '" + kSampleModel + "'");
+    EXPECT_EQ(copy.output, original.output);
+    EXPECT_TRUE(Contains(copy.output, "\n    RULE (10) \"The vehicle stops\"\n")) << copy.output;
 }
 
 // The host's entries follow the CODEs of the model they run with.

@@ -2,9 +2,16 @@
 
 #include "Commands.h"
 
+#include <Poco/Exception.h>
+#include <Poco/File.h>
+#include <Poco/Path.h>
+
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <unistd.h>
 
@@ -61,6 +68,37 @@ void captureError(nlohmann::ordered_json& node, const std::function<void()>& bod
     runCatching(body, [&node](const std::string& message, int code) {
         node["error"] = nlohmann::ordered_json{{"message", message}, {"code", code}};
     });
+}
+
+IncludesBeside::IncludesBeside(const std::string& script)
+    : folder_(Poco::Path(script).makeParent().toString()) {
+    RegisterIncludeRepository(this);
+}
+
+IncludesBeside::~IncludesBeside() {
+    UnregisterIncludeRepository(this);
+}
+
+std::string IncludesBeside::PathOf(const std::string& file) const {
+    // Scripts written on Windows name sub-folders with backslashes.
+    std::string relative = file;
+    std::replace(relative.begin(), relative.end(), '\\', '/');
+    return Poco::Path(folder_).resolve(Poco::Path(relative, Poco::Path::PATH_UNIX)).toString();
+}
+
+bool IncludesBeside::Contains(const std::string& file) const {
+    if (file.empty())
+        return false;
+    try {
+        return Poco::File(PathOf(file)).isFile();
+    } catch (const Poco::Exception&) {
+        return false;
+    }
+}
+
+std::string IncludesBeside::Read(const std::string& file) const {
+    std::ifstream in(PathOf(file), std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 } // namespace tavrel

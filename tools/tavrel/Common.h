@@ -1,6 +1,7 @@
 #pragma once
 
 #include <ScenarioTemplateDb/Exception.h>
+#include <scenario/Include.h>
 
 #include <nlohmann/json.hpp>
 
@@ -22,5 +23,24 @@ void runReporting(const std::function<void()>& body);
 /// becomes an "error" member {message, code} of `node` instead of escaping, so
 /// that one bad branch of a walk doesn't end the walk.
 void captureError(nlohmann::ordered_json& node, const std::function<void()>& body);
+
+/// The include files beside a script: while it lives, a reference to an include
+/// FILE is read from the folder of the script first (FILE may name a
+/// sub-folder, with "/" or "\\"), and only then from "data/script/include" of
+/// the installation.
+class IncludesBeside : public IncludeRepository {
+public:
+    explicit IncludesBeside(const std::string& script);
+    ~IncludesBeside() override;
+    IncludesBeside(const IncludesBeside&) = delete;
+    IncludesBeside& operator=(const IncludesBeside&) = delete;
+
+    bool Contains(const std::string& file) const override;
+    std::string Read(const std::string& file) const override;
+
+private:
+    std::string PathOf(const std::string& file) const;
+    std::string folder_;
+};
 
 } // namespace tavrel

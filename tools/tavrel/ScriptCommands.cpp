@@ -209,6 +209,7 @@ void RunParse(const ParseOptions& options) {
     }
 
     std::ostringstream log;
+    const tavrel::IncludesBeside includes(options.file);
     std::unique_ptr<ScenarioItem> item(LoadScenarioFile(options.file.c_str(), &log, false));
     PrintLog(log.str());
     if (!item) {

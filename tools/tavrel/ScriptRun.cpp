@@ -449,6 +449,20 @@ void CollectTasks(ScenarioItem& item, std::vector<Task*>& out) {
             CollectTasks(*child, out);
 }
 
+// Rules read from an include file were made by a load of their own, which
+// knows nothing of the printer: they are told here.
+void ObserveEveryRule(ScenarioItem& item, ScenarioItemObserver* observer) {
+    if (Rule* rule = dynamic_cast<Rule*>(&item))
+        if (std::find(rule->observers.begin(), rule->observers.end(), observer) == rule->observers.end())
+            rule->AddObserver(observer);
+    std::vector<ScenarioItem*> children;
+    item.GetChildren(children);
+    for (ScenarioItem* child : children)
+        if (child != nullptr &&
+            (dynamic_cast<Task*>(child) != nullptr || dynamic_cast<Rule*>(child) != nullptr))
+            ObserveEveryRule(*child, observer);
+}
+
 // The run is over when every level that has states (the scenario and its
 // includes; the evaluation's states are its criteria, which never end) has
 // ended, and at least one has.
@@ -474,6 +488,10 @@ void PrintSummary(ScenarioLib::Scenario& scenario, int steps, double lastTime, b
     nlohmann::ordered_json criteriaList = nlohmann::ordered_json::array();
     std::ostringstream text;
     text << "summary: " << steps << " steps, last at " << TimeText(lastTime) << '\n';
+    if (const GeneralParameters* general = scenario.generalParameters) {
+        summary["description"] = general->description;
+        text << "description \"" << general->description << "\"\n";
+    }
     for (Task* task : tasks) {
         // States without states of their own say nothing; the levels that
         // have states do.
@@ -589,6 +607,7 @@ void RunScript(const RunOptions& options) {
     ItemLoadContext context;
     // Every rule hears through its constructor; tasks are told below.
     context.second = static_cast<ScenarioItemObserver*>(&printer);
+    const tavrel::IncludesBeside includes(options.file);
     std::unique_ptr<ScenarioItem> item(LoadScenarioText(stream, nullptr, &context, &log, false));
     PrintProblems(log.str());
     if (!item) {
@@ -600,6 +619,11 @@ void RunScript(const RunOptions& options) {
         Fail(options.file + ": the top item is a " + KindKeyword(item->kind) + ", not a SCENARIO");
         return;
     }
+
+    // The general parameters live in the parameters file beside the script,
+    // which is where this host keeps it.
+    if (scenario->generalParameters != nullptr)
+        scenario->generalParameters->SetPath(options.file, true);
 
     Host host;
     host.trace = options.signals.empty() ? nullptr : &trace;
@@ -632,6 +656,7 @@ void RunScript(const RunOptions& options) {
     CollectTasks(*scenario, tasks);
     for (Task* task : tasks)
         task->AddObserver(&printer);
+    ObserveEveryRule(*scenario, &printer);
 
     double end = host.trace != nullptr ? trace.EndTime() : options.until;
     if (options.until >= 0.0 && options.until < end)

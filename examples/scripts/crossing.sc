@@ -7,37 +7,9 @@ TYPEOF SCENARIO (CROSSING)
 
 	TYPEOF INCLUDE (WATCH)
 	{
-		LABEL="Watch the vehicle"
+		ISA_INDEX="1"
 		TASK_KIND="0"
 		FILE="crossing_watch.inc"
-
-		TYPEOF RULE (10)
-		{
-			LABEL="The vehicle stops"
-
-			TYPEOF CONDITION (IS_VEHICLE_STOPPED)
-			{
-				MODIFIER="BECOMES_TRUE"
-
-				TYPEOF PARAMETER (VHL_NUMBER)
-				{
-					KIND="VEHICLE"
-					VALUE="0"
-					OWNER_FILE=""
-				}
-			}
-
-			TYPEOF ACTION (SHOW_MESSAGE)
-			{
-
-				TYPEOF PARAMETER (MESSAGE)
-				{
-					KIND="USER"
-					VALUE="Vehicle stopped"
-					OWNER_FILE=""
-				}
-			}
-		}
 	}
 
 	TYPEOF VARIABLE (0)
@@ -315,5 +287,9 @@ TYPEOF SCENARIO (CROSSING)
 				}
 			}
 		}
+	}
+
+	TYPEOF GENERAL_PARAMETERS (0)
+	{
 	}
 }
