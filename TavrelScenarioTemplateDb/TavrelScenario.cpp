@@ -9,7 +9,14 @@
 #include <environment/Commons/System.h>
 #include <environment/SheetCfg/CfgScenario.h>
 #include <environment/lmkUtils/EnvConfig.h>
+#include <scenario/Folders.h>
+#include <scenario/ScenarioItem.h>
 
+#include <Poco/Exception.h>
+#include <Poco/File.h>
+#include <Poco/Timestamp.h>
+
+#include <iostream>
 #include <map>
 
 namespace TavrelScenarioTemplateDb {
@@ -29,7 +36,39 @@ std::string expandVariables(const std::string& text) {
     return expanded;
 }
 
+// The root model file as the last read found it, for the opt-in reuse.
+struct ModelFile {
+    std::string path;
+    Poco::File::FileSize size = 0;
+    Poco::Timestamp modified;
+    Folders* tree = nullptr;
+};
+
+bool reuseRootModel = false;
+ModelFile lastModel;
+
+// The identity of the file at `path` now; false if it can't be read.
+bool describeFile(const std::string& path, ModelFile& out) {
+    try {
+        Poco::File file(path);
+        out.path = path;
+        out.size = file.getSize();
+        out.modified = file.getLastModified();
+        return true;
+    } catch (const Poco::Exception&) {
+        return false;
+    }
+}
+
 } // namespace
+
+void setRootModelReuse(bool reuse) {
+    reuseRootModel = reuse;
+}
+
+bool getRootModelReuse() {
+    return reuseRootModel;
+}
 
 TavrelScenario::TavrelScenario(const std::string& configuration, const std::string& path,
                                const std::string& directory)
@@ -120,7 +159,40 @@ void TavrelScenario::loadScenario() const {
 
 void TavrelScenario::loadCfgScenario() const {
     ensureLoaded();
+    readRootModel();
     readVariadicSections();
+}
+
+void TavrelScenario::readRootModel() const {
+    const std::string modelPath = std::string("data/tools/nuro") + "/" + "nuro.mdl";
+    std::string candidate;
+    for (const std::string& path : lmkUtils::EnvConfig::getSeparatedPathForConfiguration(configuration, modelPath))
+        if (Commons::FileUtils::DoesFileExist(path)) {
+            candidate = path;
+            break;
+        }
+    if (candidate.empty())
+        throw Exception("Unable to find scenario root model file '" + modelPath + "' for configuration " +
+                            configuration + " : check your Tavrel installation!",
+                        -1);
+    ModelFile now;
+    if (reuseRootModel && lastModel.tree != nullptr && describeFile(candidate, now) &&
+        now.path == lastModel.path && now.size == lastModel.size && now.modified == lastModel.modified) {
+        scenarioRootModel = lastModel.tree;
+        return;
+    }
+    ScenarioItem* loaded = LoadScenarioFile(candidate.c_str(), &std::cout, false);
+    Folders* model = dynamic_cast<Folders*>(loaded);
+    if (model == nullptr) {
+        delete loaded;
+        throw Exception("Unable to get initialize scenario root model " + candidate, -1);
+    }
+    // The former tree stays: items of scripts read earlier may point into it.
+    scenarioRootModel = model;
+    if (describeFile(candidate, now)) {
+        now.tree = model;
+        lastModel = now;
+    }
 }
 
 cfg::CfgScenario* TavrelScenario::getCfgScenarioSection() const {

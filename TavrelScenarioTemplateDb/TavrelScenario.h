@@ -22,6 +22,18 @@ namespace TavrelScenarioTemplateDb {
 
 class TavrelVariadicParameter;
 
+/// Whether opening a template may reuse the root model tree that the last open
+/// read, while the model file is the same (same path, size and modification
+/// time). Off by default: every template then reads the model anew and the
+/// former trees stay for the life of the process, since items of earlier
+/// scripts may point into them. A host that opens many templates and keeps no
+/// item of a script between two opens (browsing, listing, serving views) may
+/// switch it on once at start: it saves the read and the memory of each open.
+/// Process-wide; not for hosts that open templates on several threads.
+TAVREL_DRIVER_API void setRootModelReuse(bool reuse);
+/// The setting above.
+TAVREL_DRIVER_API bool getRootModelReuse();
+
 /// One scenario template of a Tavrel installation. Creating one touches no file;
 /// the first operation that needs the file loads it, once per object. Failures
 /// are Exception by value, except the node lookups reached through
@@ -86,6 +98,8 @@ protected:
 private:
     /// Loads the file if it isn't loaded yet.
     void ensureLoaded() const;
+    /// The first stage of a load: the configuration's root model.
+    void readRootModel() const;
     /// The last stage of a load: one variadic parameter per variadic section.
     void readVariadicSections() const;
 

@@ -1,5 +1,7 @@
 #include "TempInstallation.h"
 
+#include <environment/lmkUtils/EnvConfig.h>
+
 #include <Poco/File.h>
 #include <Poco/Path.h>
 #include <Poco/TemporaryFile.h>
@@ -56,6 +58,17 @@ std::string TempInstallation::addScenario(const std::string& projectRoot, const 
                      "\" description=\"\"/>\n");
 }
 
+std::string TempInstallation::addModel(const std::string& projectRoot) const {
+    return write("projects/" + projectRoot + "/data/tools/nuro/nuro.mdl",
+                 "TYPEOF FOLDER (NURO)\r\n{\r\n\tLABEL=\"Root model\"\r\n}\r\n");
+}
+
+void TempInstallation::useForModels(const std::vector<std::string>& names) {
+    for (const std::string& name : names)
+        addConfiguration(name, "1.0", {"models"});
+    lmkUtils::EnvConfig::setTavrelConfigFilePath(writeInstallationFile());
+}
+
 void TempInstallation::addConfiguration(const std::string& name, const std::string& version,
                                         const std::vector<std::string>& roots, bool createData) {
     std::string configurationFolder = "config/" + std::to_string(configurations.size());
@@ -64,8 +77,10 @@ void TempInstallation::addConfiguration(const std::string& name, const std::stri
         if (!datapath.empty())
             datapath += ";";
         datapath += "../../projects/" + root;
-        if (createData)
+        if (createData) {
             makeFolder("projects/" + root + "/data/scenario");
+            addModel(root);
+        }
     }
     std::string ini = "[configuration]\n";
     if (!version.empty())

@@ -26,10 +26,19 @@ public:
     /// Writes a placeholder scenario file under projects/<root>/data/scenario.
     std::string addScenario(const std::string& projectRoot, const std::string& relative) const;
 
+    /// Writes a root model without definitions at
+    /// projects/<root>/data/tools/nuro/nuro.mdl and returns its path.
+    std::string addModel(const std::string& projectRoot) const;
+    /// For templates opened by configuration name over a folder of their own:
+    /// declares each configuration of `names` over one project root "models"
+    /// that holds only a root model, writes the installation file and makes it
+    /// the one in force.
+    void useForModels(const std::vector<std::string>& names);
+
     /// Declares a configuration in folder config/<name> with the given version text
     /// (none written if empty) and data-path roots projects/<root> (each given
     /// relative to the configuration folder). Creates each root's data/scenario
-    /// folder unless `createData` is false.
+    /// folder and root model unless `createData` is false.
     void addConfiguration(const std::string& name, const std::string& version,
                           const std::vector<std::string>& roots, bool createData = true);
     /// Writes tavrel.cfg for the declared configurations and returns its path.

@@ -48,6 +48,7 @@ const std::string vehicleX = "/sce/Scenario/Vehicle[id/@ScenarioTreeValue=4]/Pos
 class ScenarioFile : public ::testing::Test {
 protected:
     void SetUp() override {
+        t.useForModels({"main"});
         t.write("demo.sce", R"(<Scenario name="demo" description="two cars">
   <Environment><Parameter name="fog" type="bool" verbose="Fog">true</Parameter></Environment>
   <Vehicle id="3" driverId="7" name="car3">
@@ -173,6 +174,8 @@ TEST(SampleScenarios, EveryProducedIdLeadsBackToItsParameter) {
     const fs::path projects = fs::path(TAVREL_SOURCE_DIR) / "examples/installation/projects";
     if (!fs::is_directory(projects))
         GTEST_SKIP() << "no sample installation";
+    TempInstallation models;
+    models.useForModels({"main"});
     size_t checked = 0;
     for (const fs::directory_entry& project : fs::directory_iterator(projects)) {
         const fs::path folder = project.path() / "data/scenario";

@@ -3,6 +3,8 @@
 
 #include <TavrelScenarioTemplateDb/TavrelScenario.h>
 #include <environment/SheetCfg/CfgScenario.h>
+#include <environment/lmkUtils/EnvConfig.h>
+#include <scenario/ScenarioModel.h>
 
 #include <gtest/gtest.h>
 
@@ -30,7 +32,10 @@ const char* const crossing = "<?xml version=\"1.0\"?>\n"
 // A temporary folder holding city/crossing.sce.
 class TavrelScenarioTest : public ::testing::Test {
 protected:
-    void SetUp() override { t.write("city/crossing.sce", crossing); }
+    void SetUp() override {
+        t.useForModels({"Default"});
+        t.write("city/crossing.sce", crossing);
+    }
     std::string dir() const { return t.root(); }
     // The message of a failed load of the file at `relative`, ending in the reader's error.
     std::string loadFailure(const std::string& relative, const std::string& error) const {
@@ -155,3 +160,71 @@ TEST_F(TavrelScenarioTest, AnOpenedFileStaysWithItsOwner) {
 }
 
 } // namespace
+
+// ---- The root model read with a template ----
+
+namespace {
+
+const char* const kModelPath = "data/tools/nuro/nuro.mdl";
+
+// A configuration "Default" over two data paths, "first" and "second", and a
+// scenario in a folder of its own.
+class RootModelTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        t.addConfiguration("Default", "1.0", {"first", "second"}, false);
+        lmkUtils::EnvConfig::setTavrelConfigFilePath(t.writeInstallationFile());
+        t.write("s/a.sce", "<Scenario name=\"a\" description=\"\"/>");
+    }
+    void TearDown() override { TavrelScenarioTemplateDb::setRootModelReuse(false); }
+    std::string model(const std::string& root, const std::string& label) const {
+        return t.write("projects/" + root + "/" + kModelPath,
+                       "TYPEOF FOLDER (NURO)\r\n{\r\n\tLABEL=\"" + label + "\"\r\n}\r\n");
+    }
+    // The label of the model in force after opening the scenario.
+    std::string openedModel() const {
+        TavrelScenario scenario("Default", "a.sce", t.path("s"));
+        scenario.getName();
+        return scenarioRootModel != nullptr ? scenarioRootModel->label : "(none)";
+    }
+    TempInstallation t;
+};
+
+} // namespace
+
+TEST_F(RootModelTest, TheFirstDataPathHoldingTheModelWinsAndAFailedModelFailsTheOpen) {
+    // Without any model, even a file without variadic sections doesn't open.
+    EXPECT_EQ(catchValue([&] { openedModel(); }).message,
+              std::string("Unable to find scenario root model file '") + kModelPath +
+                  "' for configuration Default : check your Tavrel installation!");
+    model("second", "second");
+    EXPECT_EQ(openedModel(), "second");
+    model("first", "first");
+    EXPECT_EQ(openedModel(), "first");
+
+    // A file that doesn't read, or whose top item is no folder.
+    for (const char* text : {"TYPEOF FOLDER (NURO)\r\n{\r\n\tLABEL=\"x\"\r\n", "TYPEOF TASK (0)\r\n{\r\n}\r\n"}) {
+        const std::string file = t.write("projects/first/" + std::string(kModelPath), text);
+        const Exception e = catchValue([&] { openedModel(); });
+        EXPECT_EQ(e.message, "Unable to get initialize scenario root model " + file) << text;
+        EXPECT_EQ(e.code, -1);
+    }
+}
+
+TEST_F(RootModelTest, ReuseKeepsOneTreeWhileTheFileIsUnchanged) {
+    const std::string file = model("first", "one");
+    openedModel();
+    const ScenarioItem* first = scenarioRootModel;
+    openedModel();
+    EXPECT_NE(scenarioRootModel, first) << "each open reads the model by default";
+
+    TavrelScenarioTemplateDb::setRootModelReuse(true);
+    openedModel();
+    const ScenarioItem* kept = scenarioRootModel;
+    openedModel();
+    EXPECT_EQ(scenarioRootModel, kept);
+    // Another size (or time) is another file.
+    model("first", "changed");
+    EXPECT_EQ(openedModel(), "changed");
+    EXPECT_NE(scenarioRootModel, kept);
+}

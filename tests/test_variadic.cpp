@@ -249,7 +249,10 @@ protected:
   </VariadicParameter>
 )" + more + "</Scenario>\n";
     }
-    void SetUp() override { t.write("v.sce", text()); }
+    void SetUp() override {
+        t.useForModels({"main"});
+        t.write("v.sce", text());
+    }
     std::unique_ptr<TavrelScenario> open(const std::string& name = "v.sce") {
         return std::make_unique<TavrelScenario>("main", name, t.root());
     }
