@@ -2,6 +2,7 @@
 
 #include <ScenarioTemplateDb/Exception.h>
 #include <TavrelScenarioTemplateDb/DriverNode.h>
+#include <TavrelScenarioTemplateDb/ScriptNode.h>
 #include <TavrelScenarioTemplateDb/TavrelScenarioParameter.h>
 #include <TavrelScenarioTemplateDb/VehicleNode.h>
 #include <environment/SheetCfg/Sections.h>
@@ -54,8 +55,15 @@ TavrelScenarioNode::TavrelScenarioNode(cfg::Section* section, ScenarioNode* pare
         addChild(child, child);
     }
 
-    // Script nodes (one per eligible ScenarioScript sub-section) are added here,
-    // behind the drivers, once scripts can be parsed.
+    // Scripts of another language than the model's, and empty ones, have no node.
+    section->getSubSections(cfg::ScenarioScript::sectionName(), list);
+    for (cfg::Section* sub : list) {
+        cfg::ScenarioScript* script = dynamic_cast<cfg::ScenarioScript*>(sub);
+        if (script == nullptr || script->text.empty() ||
+            (!script->scriptType.empty() && script->scriptType != "nuro"))
+            continue;
+        addChild(new ScriptNode(script, this), nullptr);
+    }
 
     const cfg::Section::ParameterIterator end = section->endParameter();
     for (cfg::Section::ParameterIterator it = section->beginParameter(); it != end; ++it)

@@ -87,8 +87,10 @@ void collect(ScenarioNode* node, std::vector<ScenarioParameter*>& out) {
         if (seen.insert(parameter->getId()).second)
             out.push_back(parameter);
     seen.clear();
+    // A script node refuses getChildren: its count says it has none.
     std::vector<ScenarioNode*> children;
-    node->getChildren(children);
+    if (node->getChildNumber() != 0)
+        node->getChildren(children);
     for (ScenarioNode* child : children)
         if (seen.insert(child->getId()).second)
             collect(child, out);

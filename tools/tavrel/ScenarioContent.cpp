@@ -64,8 +64,10 @@ json describeNode(const ScenarioNode& node) {
     }
     out["parameters"] = std::move(parameters);
     json children = json::array();
+    // A script node has no children and refuses to list them.
     std::vector<ScenarioNode*> nodes;
-    node.getChildren(nodes);
+    if (node.getChildNumber() != 0)
+        node.getChildren(nodes);
     for (const ScenarioNode* child : nodes)
         children.push_back(describeNode(*child));
     out["children"] = std::move(children);
