@@ -195,8 +195,15 @@ TEST(SampleScenarios, EveryProducedIdLeadsBackToItsParameter) {
                 EXPECT_EQ(load.exception.code, 24) << relative;
                 continue;
             }
+            // The sample whose script is cut short fails the whole tree.
+            ScenarioNode* root = nullptr;
+            const Caught tree = capture([&] { root = scenario.getRootScenarioNode(); });
+            if (tree.form == "value") {
+                EXPECT_EQ(tree.exception.message.rfind("Unable to parse script cut :\n", 0), 0u) << relative;
+                continue;
+            }
             std::vector<ScenarioParameter*> all;
-            collect(scenario.getRootScenarioNode(), all);
+            collect(root, all);
             const Caught walk = capture([&] { expectIdsLeadBack(scenario, all, relative); });
             EXPECT_EQ(walk.form, "nothing") << relative << ": " << walk.exception.message;
             checked += all.size();

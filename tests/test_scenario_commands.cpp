@@ -34,6 +34,26 @@ TEST(ScenarioCommands, ShowReportsALoadFailureAlone) {
                               ":5:5: Start-end tags mismatch (code 24)\n");
 }
 
+// Scripts show as nodes of their variables: a script's own variables only (not
+// those of the file it includes), no node for a script of another language; a
+// script that doesn't read fails the tree with the reader's words.
+TEST(ScenarioCommands, ScriptsShowTheirVariables) {
+    const std::string script = "parameter /sce/Scenario/ScenarioScript[scriptName=\"lights\"]/";
+    ToolRun run = tavrel("show city/roundabout.sce");
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_NE(run.output.find("\n  node ScenarioScript[scriptName=\"lights\"] \"ScenarioScript - lights\"\n    " +
+                              script + "Variable[name=5]/value real unit=\"-\" value=\"30\"\nvariadic"),
+              std::string::npos)
+        << run.output;
+    run = tavrel("get city/roundabout.sce '/sce/Scenario/ScenarioScript[scriptName=\"main\"]/Variable[name=4]/value'");
+    EXPECT_EQ(run.output, "Keep right\n");
+    EXPECT_EQ(tavrel("show highway.sce").output.find("telemetry"), std::string::npos);
+
+    run = tavrel("show fog/broken_script.sce --configuration Training");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find("\nerror: Unable to parse script cut :\n"), std::string::npos) << run.output;
+}
+
 TEST(ScenarioCommands, FetchWritesTheRawBytes) {
     ToolRun run = tavrel("fetch highway.sce", false);
     EXPECT_EQ(run.status, 0);

@@ -89,6 +89,8 @@ TYPEOF SCENARIO (events)
 	log.start()
 ]]></ScenarioScript>
   <ScenarioScript name="unused" scriptType="nuro" />
+  <ScenarioScript name="telemetry" scriptType="python"><![CDATA[print("speed", vehicle.speed)
+]]></ScenarioScript>
   <VariadicParameter name="Speed limit" description="Speed limit of the road" parameterId="/sce/Scenario/Environment/speedLimit" parameterUnit="km/h">
     <RealParameter default="130">
       <RealRange minimum="30" maximum="70" />

@@ -70,6 +70,25 @@ TYPEOF SCENARIO (main)
 	}
 }
 ]]></ScenarioScript>
+  <ScenarioScript name="lights" scriptType="nuro"><![CDATA[
+TYPEOF SCENARIO (lights)
+{
+
+	TYPEOF INCLUDE (LIGHTS)
+	{
+		ISA_INDEX="1"
+		TASK_KIND="0"
+		FILE="roundabout_lights.inc"
+	}
+
+	TYPEOF VARIABLE (5)
+	{
+		LABEL="Cycle time"
+		TYPE="FLOAT"
+		VALUE="30"
+	}
+}
+]]></ScenarioScript>
   <VariadicParameter name="Speed limit" description="Speed limit of the road" parameterId="/sce/Scenario/Environment/speedLimit" parameterUnit="km/h">
     <RealParameter default="30">
       <RealRange minimum="30" maximum="70" />
