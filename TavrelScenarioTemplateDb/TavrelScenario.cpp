@@ -12,9 +12,7 @@
 #include <scenario/Folders.h>
 #include <scenario/ScenarioItem.h>
 
-#include <Poco/Exception.h>
-#include <Poco/File.h>
-#include <Poco/Timestamp.h>
+#include <sys/stat.h>
 
 #include <iostream>
 #include <map>
@@ -39,31 +37,32 @@ std::string expandVariables(const std::string& text) {
 // The root model file as the last read found it, for the opt-in reuse.
 struct ModelFile {
     std::string path;
-    Poco::File::FileSize size = 0;
-    Poco::Timestamp modified;
+    off_t size = 0;
+    struct timespec modified {};
     Folders* tree = nullptr;
 };
 
 bool reuseRootModel = false;
 ModelFile lastModel;
 
-// The identity of the file at `path` now; false if it can't be read.
+// The identity of the file at `path` now, from one stat; false if it can't be read.
 bool describeFile(const std::string& path, ModelFile& out) {
-    try {
-        Poco::File file(path);
-        out.path = path;
-        out.size = file.getSize();
-        out.modified = file.getLastModified();
-        return true;
-    } catch (const Poco::Exception&) {
+    struct stat status;
+    if (::stat(path.c_str(), &status) != 0)
         return false;
-    }
+    out.path = path;
+    out.size = status.st_size;
+    out.modified = status.st_mtim;
+    return true;
 }
 
 } // namespace
 
 void setRootModelReuse(bool reuse) {
+    // Only a tree read while the setting is on is ever handed out again: one read
+    // before may have been freed by its host since.
     reuseRootModel = reuse;
+    lastModel = ModelFile();
 }
 
 bool getRootModelReuse() {
@@ -177,7 +176,8 @@ void TavrelScenario::readRootModel() const {
                         -1);
     ModelFile now;
     if (reuseRootModel && lastModel.tree != nullptr && describeFile(candidate, now) &&
-        now.path == lastModel.path && now.size == lastModel.size && now.modified == lastModel.modified) {
+        now.path == lastModel.path && now.size == lastModel.size &&
+        now.modified.tv_sec == lastModel.modified.tv_sec && now.modified.tv_nsec == lastModel.modified.tv_nsec) {
         scenarioRootModel = lastModel.tree;
         return;
     }
@@ -189,7 +189,7 @@ void TavrelScenario::readRootModel() const {
     }
     // The former tree stays: items of scripts read earlier may point into it.
     scenarioRootModel = model;
-    if (describeFile(candidate, now)) {
+    if (reuseRootModel && describeFile(candidate, now)) {
         now.tree = model;
         lastModel = now;
     }

@@ -29,7 +29,8 @@ class TavrelVariadicParameter;
 /// scripts may point into them. A host that opens many templates and keeps no
 /// item of a script between two opens (browsing, listing, serving views) may
 /// switch it on once at start: it saves the read and the memory of each open.
-/// Process-wide; not for hosts that open templates on several threads.
+/// Each call forgets the tree kept so far. Process-wide; not for hosts that
+/// open templates on several threads.
 TAVREL_DRIVER_API void setRootModelReuse(bool reuse);
 /// The setting above.
 TAVREL_DRIVER_API bool getRootModelReuse();

@@ -272,8 +272,36 @@ Poco::AutoPtr<Poco::Util::IniFileConfiguration> readConfigurationIni(const std::
     }
 }
 
-// The data-path roots of a configuration folder, absolute, in order.
+// The data-path roots of a configuration folder, absolute, in order, read from
+// its configuration.ini. Every template that is opened asks for them; the
+// answer is kept while the file keeps its size and modification time, so that
+// an unchanged file costs one stat instead of a read and a parse.
+std::vector<std::string> readDataRoots(const std::string& folder);
+
 std::vector<std::string> dataRoots(const std::string& folder) {
+    struct Kept {
+        off_t size;
+        struct timespec modified;
+        std::vector<std::string> roots;
+    };
+    static std::map<std::string, Kept> kept;
+    struct stat status;
+    const std::string file = toSlashes(folder) + "/configuration.ini";
+    if (::stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        kept.erase(folder);
+        return std::vector<std::string>();
+    }
+    auto found = kept.find(folder);
+    if (found != kept.end() && found->second.size == status.st_size &&
+        found->second.modified.tv_sec == status.st_mtim.tv_sec &&
+        found->second.modified.tv_nsec == status.st_mtim.tv_nsec)
+        return found->second.roots;
+    std::vector<std::string> roots = readDataRoots(folder);
+    kept[folder] = Kept{status.st_size, status.st_mtim, roots};
+    return roots;
+}
+
+std::vector<std::string> readDataRoots(const std::string& folder) {
     std::vector<std::string> roots;
     auto ini = readConfigurationIni(folder);
     if (!ini)
