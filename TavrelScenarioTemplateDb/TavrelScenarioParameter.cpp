@@ -1,5 +1,7 @@
 #include <TavrelScenarioTemplateDb/TavrelScenarioParameter.h>
 
+#include <environment/SheetCfg/CfgScenario.h>
+
 #include <ScenarioTemplateDb/Exception.h>
 #include <ScenarioTemplateDb/ScenarioNode.h>
 #include <environment/lmk/Units.h>
@@ -144,6 +146,14 @@ ScenarioTemplateDb::ParameterType TavrelScenarioParameter::getParameterType() co
         // Strings, and the types no getter reads, are shown as text.
         return ScenarioTemplateDb::ParameterTypeLiteral;
     }
+}
+
+std::string TavrelScenarioParameter::getTypeText() const {
+    return cfg::parameterTypeText(iterator->getType());
+}
+
+std::string TavrelScenarioParameter::getValueText() const {
+    return cfg::parameterValueText(*iterator);
 }
 
 } // namespace TavrelScenarioTemplateDb

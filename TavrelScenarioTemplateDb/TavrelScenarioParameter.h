@@ -1,5 +1,7 @@
 #pragma once
 
+#include <TavrelScenarioTemplateDb/Export.h>
+
 #include <ScenarioTemplateDb/ParameterType.h>
 #include <ScenarioTemplateDb/ScenarioParameter.h>
 #include <environment/SheetSection/Section.h>
@@ -13,7 +15,7 @@ namespace TavrelScenarioTemplateDb {
 /// from the section at each call; values come converted to the parameter's unit.
 /// Failures are Exception* (the catcher deletes it), except getValueAsString,
 /// which throws by value.
-class TavrelScenarioParameter : public ScenarioTemplateDb::ScenarioParameter {
+class TAVREL_DRIVER_API TavrelScenarioParameter : public ScenarioTemplateDb::ScenarioParameter {
 public:
     /// Keeps a private copy of the iterator position. Throws Exception* (code -1)
     /// when `iterator` or `parent` is null.
@@ -58,6 +60,11 @@ public:
     bool getBooleanValue() const override;
     /// The interface type; types this class can't read count as literal.
     virtual ScenarioTemplateDb::ParameterType getParameterType() const;
+    /// The type as the file writes it ("float", "vector", "choice", ...), for
+    /// the types that the interface doesn't expose too.
+    std::string getTypeText() const;
+    /// The value as the file writes it, whatever the type.
+    std::string getValueText() const;
 
 private:
     cfg::Section::ParameterIterator* iterator;

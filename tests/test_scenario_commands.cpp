@@ -2,6 +2,9 @@
 #include "TempInstallation.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
 
 namespace {
 
@@ -41,17 +44,47 @@ TEST(ScenarioCommands, ScriptsShowTheirVariables) {
     const std::string script = "parameter /sce/Scenario/ScenarioScript[scriptName=\"lights\"]/";
     ToolRun run = tavrel("show city/roundabout.sce");
     EXPECT_EQ(run.status, 0) << run.output;
-    EXPECT_NE(run.output.find("\n  node ScenarioScript[scriptName=\"lights\"] \"ScenarioScript - lights\"\n    " +
-                              script + "Variable[name=5]/value real unit=\"-\" value=\"30\"\nvariadic"),
-              std::string::npos)
+    EXPECT_NE(
+        run.output.find("\n  node ScenarioScript[scriptName=\"lights\"] \"ScenarioScript - lights\"\n    " +
+                        script + "Variable[name=5]/value real unit=\"-\" value=\"30\"\nvariadic"),
+        std::string::npos)
         << run.output;
-    run = tavrel("get city/roundabout.sce '/sce/Scenario/ScenarioScript[scriptName=\"main\"]/Variable[name=4]/value'");
+    run = tavrel(
+        "get city/roundabout.sce '/sce/Scenario/ScenarioScript[scriptName=\"main\"]/Variable[name=4]/value'");
     EXPECT_EQ(run.output, "Keep right\n");
     EXPECT_EQ(tavrel("show highway.sce").output.find("telemetry"), std::string::npos);
 
     run = tavrel("show fog/broken_script.sce --configuration Training");
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.output.find("\nerror: Unable to parse script cut :\n"), std::string::npos) << run.output;
+}
+
+// Floats, vectors and choices, which the interface can't read, show their
+// file's words; `get` keeps the interface's answer.
+TEST(ScenarioCommands, ShowGivesTheFileTextOfTypesTheInterfaceHides) {
+    const std::string run = tavrel("show highway.sce").output;
+    for (const char* line :
+         {"parameter /sce/Scenario/Environment/friction float unit=\"\" value=\"0.8\" (not exposed through "
+          "the "
+          "interface)\n",
+          "parameter /sce/Scenario/Environment/windVelocity vector unit=\"m/s\" value=\"2.5 -1 0\" (not "
+          "exposed",
+          "parameter /sce/Scenario/Environment/surface choice unit=\"\" value=\"asphalt\" (not exposed"})
+        EXPECT_NE(run.find(line), std::string::npos) << line << run;
+    const nlohmann::json tree = nlohmann::json::parse(tavrel("show highway.sce --json", false).output);
+    const nlohmann::json& environment = tree["root"]["children"][0];
+    EXPECT_EQ(environment["id"], "Environment");
+    const nlohmann::json expected = {{"id", "/sce/Scenario/Environment/surface"},
+                                     {"type", "choice"},
+                                     {"unit", ""},
+                                     {"value", "asphalt"},
+                                     {"exposed", false}};
+    EXPECT_NE(std::find(environment["parameters"].begin(), environment["parameters"].end(), expected),
+              environment["parameters"].end())
+        << environment.dump();
+    const ToolRun get = tavrel("get highway.sce /sce/Scenario/Environment/surface");
+    EXPECT_EQ(get.status, 1);
+    EXPECT_EQ(get.output, "error: e to get parameter value : Unkown parameter type :  (code -1)\n");
 }
 
 TEST(ScenarioCommands, FetchWritesTheRawBytes) {

@@ -611,4 +611,12 @@ bool CfgScenario::save(const char* path, Commons::Encoding::Mode, bool backup) {
     return false;
 }
 
+const char* parameterTypeText(t_ParameterType type) {
+    return typeText(type);
+}
+
+std::string parameterValueText(const Section::ParameterIterator& parameter) {
+    return formatValue(parameter);
+}
+
 } // namespace cfg

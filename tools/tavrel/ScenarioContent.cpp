@@ -7,6 +7,7 @@
 #include <ScenarioTemplateDb/ScenarioParameter.h>
 #include <ScenarioTemplateDb/VariadicParameter.h>
 #include <TavrelScenarioTemplateDb/TavrelScenario.h>
+#include <TavrelScenarioTemplateDb/TavrelScenarioParameter.h>
 #include <environment/lmkUtils/EnvConfig.h>
 
 #include <exception>
@@ -60,6 +61,16 @@ json describeNode(const ScenarioNode& node) {
                    {"type", typeName(*parameter)},
                    {"unit", parameter->getParameterUnit()}};
         captureError(entry, [&] { entry["value"] = parameter->getValueAsString(); });
+        // The interface can't read floats, vectors and choices; the file's own
+        // words tell a reader what they hold. `get` still answers the
+        // interface's error for them.
+        const auto* section = dynamic_cast<const TavrelScenarioTemplateDb::TavrelScenarioParameter*>(parameter);
+        if (entry.contains("error") && section != nullptr) {
+            entry.erase("error");
+            entry["type"] = section->getTypeText();
+            entry["value"] = section->getValueText();
+            entry["exposed"] = false;
+        }
         parameters.push_back(std::move(entry));
     }
     out["parameters"] = std::move(parameters);
@@ -95,6 +106,8 @@ void printNode(const json& node, const std::string& indent, std::ostream& out) {
             << parameter["type"].get<std::string>() << " unit=" << quoted(parameter["unit"]);
         if (parameter.contains("value"))
             out << " value=" << quoted(parameter["value"]);
+        if (parameter.contains("exposed"))
+            out << " (not exposed through the interface)";
         if (parameter.contains("error"))
             printError(parameter, out);
         out << "\n";

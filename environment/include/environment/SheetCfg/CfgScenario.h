@@ -45,4 +45,10 @@ private:
     std::string failedLoadPath; // guards that file against being replaced by an empty tree
 };
 
+/// The word a file gives a parameter type: "bool", "int", "real", "float",
+/// "vector", "choice" or "string".
+const char* parameterTypeText(t_ParameterType type);
+/// A parameter's value as a file writes it.
+std::string parameterValueText(const Section::ParameterIterator& parameter);
+
 } // namespace cfg
