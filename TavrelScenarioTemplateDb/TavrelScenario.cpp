@@ -16,6 +16,7 @@
 
 #include <iostream>
 #include <map>
+#include <vector>
 
 namespace TavrelScenarioTemplateDb {
 
@@ -188,6 +189,9 @@ void TavrelScenario::readRootModel() const {
         throw Exception("Unable to get initialize scenario root model " + candidate, -1);
     }
     // The former tree stays: items of scripts read earlier may point into it.
+    // Every tree read is kept here, reachable, for the life of the process.
+    static std::vector<Folders*>* const readModels = new std::vector<Folders*>();
+    readModels->push_back(model);
     scenarioRootModel = model;
     if (reuseRootModel && describeFile(candidate, now)) {
         now.tree = model;

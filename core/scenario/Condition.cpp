@@ -4,6 +4,7 @@
 #include <scenario/RuntimeTables.h>
 
 #include "ModelIndex.h"
+#include "ValidityRules.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -248,18 +249,37 @@ void Condition::CopyUserAttributes(Token* target) {
     }
 }
 
+namespace {
+
+std::string JunctionFault(const Condition& junction) {
+    return junction.subConditions.empty() ? junction.name + " without sub-conditions" : std::string();
+}
+
+// A rule evaluates its first child only.
+std::string PositionFault(const Condition& condition) {
+    const Rule* rule = dynamic_cast<const Rule*>(condition.parent);
+    if (rule == nullptr || rule->GetFirstChild() == &condition)
+        return std::string();
+    return "condition after the first item of its rule";
+}
+
+} // namespace
+
+std::string ConditionFault(const Condition& condition) {
+    std::string fault = condition.IsJunction() ? JunctionFault(condition) : CallFault(condition);
+    return fault.empty() ? PositionFault(condition) : fault;
+}
+
 void Condition::UpdateValidity() {
     if (IsJunction()) {
-        valid = !subConditions.empty() &&
+        valid = JunctionFault(*this).empty() &&
                 std::all_of(subConditions.begin(), subConditions.end(),
                             [](const Condition* condition) { return condition->IsValid(); });
     } else {
         Function::UpdateValidity();
     }
-    // A rule evaluates its first child only.
     if (valid)
-        if (const Rule* rule = dynamic_cast<const Rule*>(parent))
-            valid = rule->GetFirstChild() == this;
+        valid = PositionFault(*this).empty();
 }
 
 void Condition::Init(double time) {

@@ -5,6 +5,7 @@
 #include <scenario/Variable.h>
 
 #include "ModelIndex.h"
+#include "ValidityRules.h"
 
 #include <environment/lmkUtils/EnvConfig.h>
 
@@ -576,16 +577,22 @@ void Parameter::CopyUserAttributes(Token* target) {
 }
 
 void Parameter::UpdateValidity() {
-    Parameter* definition = DefinitionOf(model, 569, 570);
-    const ScenarioItem* scenario = ScenarioOf(*this);
-    bool result = true;
-    switch (WordOf(valueKind)) {
+    valid = ParameterFault(*this).empty();
+}
+
+std::string ParameterFault(Parameter& parameter) {
+    Parameter* definition = DefinitionOf(parameter.model, 569, 570);
+    const ScenarioItem* scenario = ScenarioOf(parameter);
+    const std::string& value = parameter.value;
+    const std::string& ownerFile = parameter.ownerFile;
+    std::string fault;
+    switch (WordOf(parameter.valueKind)) {
     case Word::Enum:
         // Checked when it was read.
         break;
     case Word::File: {
         if (value.empty()) {
-            result = false;
+            fault = "no file named";
             break;
         }
         std::string folder = definition->fileDir;
@@ -604,49 +611,57 @@ void Parameter::UpdateValidity() {
             directory = "data/" + definition->fileDir;
         if (directory.empty())
             AssertAbort(kSource, 610);
-        result = !lmkUtils::EnvConfig::findInPath(directory, value).empty();
+        if (lmkUtils::EnvConfig::findInPath(directory, value).empty())
+            fault = "file \"" + value + "\" not found under " + directory;
         break;
     }
     case Word::Function: {
-        if (functionValue == nullptr) {
-            result = false;
+        const Function* callValue = parameter.functionValue;
+        if (callValue == nullptr) {
+            fault = "no call";
             break;
         }
-        const Token* callDefinition = functionValue->model;
+        const Token* callDefinition = callValue->model;
         if (callDefinition == nullptr)
             AssertAbort(kSource, 624);
         const Function* call =
             IsCallableKind(callDefinition->kind) ? dynamic_cast<const Function*>(callDefinition) : nullptr;
         if (call == nullptr)
             AssertAbort(kSource, 625);
-        result = TypeFits(GetType(), call->returnType);
+        if (!TypeFits(parameter.GetType(), call->returnType))
+            fault =
+                "call " + callValue->name + " returns " + call->returnType + ", not " + parameter.GetType();
         break;
     }
     case Word::User: {
-        result = CheckValueFormat();
-        if (result) {
-            const double number = std::atof(value.c_str());
-            if (!definition->minValue.empty() && !(number >= std::atof(definition->minValue.c_str())))
-                result = false;
-            if (!definition->maxValue.empty() && !(std::atof(definition->maxValue.c_str()) >= number))
-                result = false;
+        if (!parameter.CheckValueFormat()) {
+            fault = "VALUE \"" + value + "\" is no " + parameter.GetType();
+            break;
         }
+        const double number = std::atof(value.c_str());
+        if (!definition->minValue.empty() && !(number >= std::atof(definition->minValue.c_str())))
+            fault = "VALUE \"" + value + "\" below MINVALUE " + definition->minValue;
+        else if (!definition->maxValue.empty() && !(std::atof(definition->maxValue.c_str()) >= number))
+            fault = "VALUE \"" + value + "\" above MAXVALUE " + definition->maxValue;
         break;
     }
     case Word::Vehicle:
         // Only a scenario knows its vehicles; without one any number stands.
         break;
     case Word::Variable: {
-        ScenarioItem* root = GetTreeRoot(this);
+        ScenarioItem* root = GetTreeRoot(&parameter);
         if (root == nullptr)
             AssertAbort(kSource, 682);
         std::string scope = ownerFile;
         if (scope.empty()) {
-            const ScenarioItem* fileScope = FindFileScope(this);
+            const ScenarioItem* fileScope = FindFileScope(&parameter);
             scope = fileScope != nullptr ? fileScope->fileName : std::string();
         }
         const Variable* variable = dynamic_cast<const Variable*>(root->FindItem(ITEM_VARIABLE, value, scope));
-        result = variable != nullptr && TypeFits(GetType(), variable->type);
+        if (variable == nullptr)
+            fault = "variable " + value + " not found" + (scope.empty() ? std::string() : " in " + scope);
+        else if (!TypeFits(parameter.GetType(), variable->type))
+            fault = "variable " + value + " is " + variable->type + ", not " + parameter.GetType();
         break;
     }
     case Word::VhcInput:
@@ -656,26 +671,30 @@ void Parameter::UpdateValidity() {
     case Word::Image:
     case Word::Sound:
         // These name things of the scenario, which must be there to know them.
-        result = scenario != nullptr;
+        if (scenario == nullptr)
+            fault = parameter.valueKind + " " + value + " without a scenario to know it";
         break;
     default: {
-        const uint32_t itemKind = KindFromKeyword(valueKind.c_str());
+        const uint32_t itemKind = KindFromKeyword(parameter.valueKind.c_str());
         if (itemKind != ITEM_NONE && itemKind != ITEM_MODIFIER) {
-            ScenarioItem* root = GetTreeRoot(this);
+            ScenarioItem* root = GetTreeRoot(&parameter);
             if (root == nullptr)
                 AssertAbort(kSource, 833);
-            result = root->FindItem(itemKind, value, std::string()) != nullptr;
+            if (root->FindItem(itemKind, value, std::string()) == nullptr)
+                fault = parameter.valueKind + " " + value + " not found";
         }
         break;
     }
     }
+    if (!fault.empty())
+        return fault;
     // In a scenario, a value owned by a file must be owned by the scenario itself
     // or by one of its includes.
-    const ScenarioItem* root = GetTreeRoot(this);
+    const ScenarioItem* root = GetTreeRoot(&parameter);
     if (root != nullptr && root->kind == ITEM_SCENARIO && !ownerFile.empty() && ownerFile != root->fileName &&
         !ScenarioHasInclude(root, ownerFile))
-        result = false;
-    valid = result;
+        return "OWNER_FILE " + ownerFile + " is no file of the scenario";
+    return std::string();
 }
 
 void Parameter::MakeUniqueName() {}

@@ -22,6 +22,7 @@
 #include <environment/lmkUtils/EnvConfig.h>
 
 #include "ModelIndex.h"
+#include "ValidityRules.h"
 
 #include <algorithm>
 #include <cstring>
@@ -256,6 +257,10 @@ ScenarioItem::~ScenarioItem() {
     // An index that knows this item must not outlive it.
     if (indexMarks != 0)
         ModelIndex::ForgetAll();
+    // Nor may a record of rows hand this item's place to an item made later at
+    // the same address.
+    if (ItemRowRecord::Recording())
+        ItemRowRecord::Forget(this);
 }
 
 void ScenarioItem::GetChildren(std::vector<ScenarioItem*>&, uint32_t) const {}
@@ -694,6 +699,37 @@ ScenarioItem* FindOwningUnit(ScenarioItem* item) {
         if (IsOwningUnit(item))
             return item;
     return nullptr;
+}
+
+std::string InvalidityReason(ScenarioItem& item) {
+    // The classes with rules of their own; any other item is valid when its
+    // children are.
+    switch (item.kind) {
+    case ITEM_PARAMETER:
+        if (Parameter* parameter = dynamic_cast<Parameter*>(&item))
+            return ParameterFault(*parameter);
+        break;
+    case ITEM_ACTION:
+    case ITEM_ELSE_ACTION:
+        if (const Action* action = dynamic_cast<const Action*>(&item))
+            return ActionFault(*action);
+        break;
+    case ITEM_CONDITION:
+        if (const Condition* condition = dynamic_cast<const Condition*>(&item))
+            return ConditionFault(*condition);
+        break;
+    case ITEM_FUNCTION:
+        if (const Function* call = dynamic_cast<const Function*>(&item))
+            return CallFault(*call);
+        break;
+    case ITEM_INCLUDE:
+        if (const Include* include = dynamic_cast<const Include*>(&item))
+            return IncludeFault(*include);
+        break;
+    default:
+        break;
+    }
+    return std::string();
 }
 
 // ---------------------------------------------------------------------------

@@ -14,6 +14,7 @@
 #include <ostream>
 #include <sstream>
 #include <sys/stat.h>
+#include <unordered_map>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -132,6 +133,99 @@ struct NestingGuard {
 };
 
 } // namespace
+
+struct ItemRowRecord::Store {
+    struct Entry {
+        uint32_t file;
+        uint32_t row;
+    };
+    // The files by number; an item's entry names its file by number, as the
+    // items of one file are many.
+    std::vector<std::string> files{std::string()};
+    std::unordered_map<const ScenarioItem*, Entry> entries;
+
+    uint32_t FileNumber(const std::string* name) {
+        if (name == nullptr || name->empty())
+            return 0;
+        // Items come file by file: the last file is nearly always the one.
+        if (files.back() == *name)
+            return static_cast<uint32_t>(files.size() - 1);
+        auto found = std::find(files.begin(), files.end(), *name);
+        if (found != files.end())
+            return static_cast<uint32_t>(found - files.begin());
+        files.push_back(*name);
+        return static_cast<uint32_t>(files.size() - 1);
+    }
+};
+
+ItemRowRecord* ItemRowRecord::live_ = nullptr;
+const std::string* ItemRowRecord::fileName_ = nullptr;
+
+ItemRowRecord::ItemRowRecord() : store_(new Store), outer_(live_) {
+    live_ = this;
+}
+
+ItemRowRecord::~ItemRowRecord() {
+    // Records are meant to nest like scopes; one that goes out of turn is taken
+    // out of the chain all the same.
+    for (ItemRowRecord** link = &live_; *link != nullptr; link = &(*link)->outer_)
+        if (*link == this) {
+            *link = outer_;
+            break;
+        }
+}
+
+bool ItemRowRecord::Find(const ScenarioItem* item, Place& place) const {
+    auto found = store_->entries.find(item);
+    if (found == store_->entries.end())
+        return false;
+    place.file = store_->files[found->second.file];
+    place.row = found->second.row;
+    return true;
+}
+
+void ItemRowRecord::NoteRead(const ScenarioItem* item, uint32_t row) {
+    for (ItemRowRecord* record = live_; record != nullptr; record = record->outer_) {
+        Store& store = *record->store_;
+        store.entries[item] = Store::Entry{store.FileNumber(fileName_), row};
+    }
+}
+
+void ItemRowRecord::NoteCopy(const ScenarioItem& original, const ScenarioItem& copy) {
+    if (live_ == nullptr)
+        return;
+    for (ItemRowRecord* record = live_; record != nullptr; record = record->outer_) {
+        Store& store = *record->store_;
+        auto found = store.entries.find(&original);
+        if (found != store.entries.end()) {
+            const Store::Entry entry = found->second;
+            store.entries[&copy] = entry;
+        }
+    }
+    std::vector<ScenarioItem*> originals;
+    std::vector<ScenarioItem*> copies;
+    original.GetChildren(originals);
+    copy.GetChildren(copies);
+    for (size_t i = 0; i < originals.size() && i < copies.size(); ++i) {
+        const ScenarioItem* from = originals[i];
+        const ScenarioItem* to = copies[i];
+        if (from != nullptr && to != nullptr && from->kind == to->kind && from->name == to->name)
+            NoteCopy(*from, *to);
+    }
+}
+
+void ItemRowRecord::Forget(const ScenarioItem* item) {
+    for (ItemRowRecord* record = live_; record != nullptr; record = record->outer_)
+        record->store_->entries.erase(item);
+}
+
+ItemRowRecord::File::File(std::string name) : name_(std::move(name)), former_(fileName_) {
+    fileName_ = &name_;
+}
+
+ItemRowRecord::File::~File() {
+    fileName_ = former_;
+}
 
 ScenarioTextStream::ScenarioTextStream(const char* buffer, size_t length)
     : begin(buffer), end(buffer != nullptr ? buffer + length : nullptr), cursor(buffer) {
@@ -264,6 +358,8 @@ const char* FindAttributeValueEnd(const ScenarioTextStream& stream, size_t keyLe
 
 ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoadContext* context,
                        bool headerOnly) {
+    // The cursor stands on the header, whose row a record of rows wants.
+    const uint32_t headerRow = stream.line;
     uint32_t kind = ITEM_NONE;
     std::string name;
     if (!ReadHeader(stream, kind, name))
@@ -278,6 +374,8 @@ ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoa
     ScenarioItem* item = CreateItem(kind, name, context);
     if (item == nullptr)
         AssertAbort(kSource, 565);
+    if (ItemRowRecord::Recording())
+        ItemRowRecord::NoteRead(item, headerRow);
     // The item joins the tree before it has content, so that the searches made
     // while it loads can see it.
     if (parent != nullptr)
@@ -395,6 +493,7 @@ ScenarioItem* LoadScenarioFile(const char* path, std::ostream* log, bool headerO
     ScenarioTextStream stream(buffer.get(), static_cast<size_t>(size) + 1);
     ItemLoadContext context;
     ModelIndex::LoadScope scope;
+    const ItemRowRecord::File named(path);
     ScenarioItem* item = ReadItem(stream, nullptr, &context, headerOnly);
     if (item != nullptr)
         return item;

@@ -3,6 +3,8 @@
 #include <scenario/Rule.h>
 #include <scenario/RuntimeTables.h>
 
+#include "ValidityRules.h"
+
 namespace {
 const char* const kSource = "action";
 } // namespace
@@ -22,14 +24,30 @@ void Action::UpdateDisplayText() {
     displayText = std::string(kind == ITEM_ACTION ? "THEN" : "ELSE") + "  " + displayText;
 }
 
+namespace {
+
+// An action belongs to a rule that tests something before it acts.
+std::string PlaceFault(const Action& action) {
+    const Rule* rule = dynamic_cast<const Rule*>(action.parent);
+    if (rule == nullptr)
+        return "action outside a rule";
+    const ScenarioItem* first = rule->GetFirstChild();
+    if (first == nullptr || (first->kind != ITEM_CONDITION && first->kind != ITEM_VARIABLE))
+        return "action in a rule without condition or variable";
+    return std::string();
+}
+
+} // namespace
+
+std::string ActionFault(const Action& action) {
+    std::string fault = CallFault(action);
+    return fault.empty() ? PlaceFault(action) : fault;
+}
+
 void Action::UpdateValidity() {
     Function::UpdateValidity();
-    if (!valid)
-        return;
-    // An action belongs to a rule that tests something before it acts.
-    const Rule* rule = dynamic_cast<const Rule*>(parent);
-    const ScenarioItem* first = rule != nullptr ? rule->GetFirstChild() : nullptr;
-    valid = first != nullptr && (first->kind == ITEM_CONDITION || first->kind == ITEM_VARIABLE);
+    if (valid)
+        valid = PlaceFault(*this).empty();
 }
 
 void Action::Execute() {

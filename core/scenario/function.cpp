@@ -3,6 +3,7 @@
 #include <scenario/RuntimeTables.h>
 
 #include "ModelIndex.h"
+#include "ValidityRules.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -526,16 +527,37 @@ void Function::CopyUserAttributes(Token* target) {
         copy->weight = weight;
 }
 
+namespace {
+
+// An evaluation call means something only within criteria.
+std::string EvaluationFault(const Function& call) {
+    if (call.name.compare(0, 10, "EVALUATION") != 0)
+        return std::string();
+    for (const ScenarioItem* ancestor = call.parent; ancestor != nullptr; ancestor = ancestor->parent)
+        if (ancestor->kind == ITEM_CRITERIA)
+            return std::string();
+    return "EVALUATION call outside criteria";
+}
+
+// A call standing directly where parameters stand must fill one of them.
+std::string PlacementFault(const Function& call) {
+    if (call.parent == nullptr || call.boundParameter != nullptr ||
+        !call.parent->AcceptsChildKind(ITEM_PARAMETER))
+        return std::string();
+    return std::string("call fills no parameter of its parent ") + KindKeyword(call.parent->kind);
+}
+
+} // namespace
+
+std::string CallFault(const Function& call) {
+    std::string fault = EvaluationFault(call);
+    return fault.empty() ? PlacementFault(call) : fault;
+}
+
 void Function::UpdateValidity() {
     valid = false;
-    // An evaluation call means something only within criteria.
-    if (name.compare(0, 10, "EVALUATION") == 0) {
-        const ScenarioItem* ancestor = parent;
-        while (ancestor != nullptr && ancestor->kind != ITEM_CRITERIA)
-            ancestor = ancestor->parent;
-        if (ancestor == nullptr)
-            return;
-    }
+    if (!EvaluationFault(*this).empty())
+        return;
     std::vector<ScenarioItem*> children;
     GetChildren(children);
     for (const ScenarioItem* child : children) {
@@ -551,10 +573,7 @@ void Function::UpdateValidity() {
     }
     if (!parametersValid)
         return;
-    // A call standing directly where parameters stand must fill one of them.
-    if (parent != nullptr && parent->AcceptsChildKind(ITEM_PARAMETER) && boundParameter == nullptr)
-        return;
-    valid = true;
+    valid = PlacementFault(*this).empty();
 }
 
 void Function::CollectAllItems(uint32_t wantedKind, const std::string& wantedName,

@@ -1,6 +1,7 @@
 #include <scenario/Include.h>
 
 #include "ModelIndex.h"
+#include "ValidityRules.h"
 
 #include <environment/lmkUtils/EnvConfig.h>
 
@@ -139,6 +140,7 @@ bool Include::LoadAttribute(ScenarioTextStream& stream) {
         const std::string text = ResolveInclude(fileName);
         ScenarioTextStream included(text.c_str(), text.size() + 1);
         ItemLoadContext context;
+        const ItemRowRecord::File named(fileName);
         root.reset(LoadScenarioText(included, nullptr, &context, log, false));
         if (root)
             Log(log, '\x01', fileName + " loaded from scenario");
@@ -167,8 +169,11 @@ bool Include::LoadAttribute(ScenarioTextStream& stream) {
     std::vector<ScenarioItem*> content;
     root->GetChildren(content);
     for (ScenarioItem* item : content)
-        if (ScenarioItem* copy = item->Clone())
+        if (ScenarioItem* copy = item->Clone()) {
+            // Before AddChild, which takes a scenario's content out of it.
+            ItemRowRecord::NoteCopy(*item, *copy);
             AddChild(copy, nullptr, true);
+        }
     return true;
 }
 
@@ -196,8 +201,14 @@ void Include::UpdateDisplayText() {
         displayText += "?";
 }
 
+std::string IncludeFault(const Include& include) {
+    if (!include.IsIndexEntry() || !lmkUtils::EnvConfig::findInPath(kIncludeFolder, include.fileName).empty())
+        return std::string();
+    return "include file " + include.fileName + " not found under " + kIncludeFolder;
+}
+
 void Include::UpdateValidity() {
-    valid = !IsIndexEntry() || !lmkUtils::EnvConfig::findInPath(kIncludeFolder, fileName).empty();
+    valid = IncludeFault(*this).empty();
 }
 
 void Include::Init(const std::string& path, double time) {

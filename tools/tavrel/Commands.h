@@ -14,9 +14,11 @@ void addInstallationCommands(CLI::App& app);
 void addScenarioCommands(CLI::App& app);
 /// get, variadic list|add|remove|clear
 void addVariadicCommands(CLI::App& app);
-/// script parse, script run
+/// script parse, script run, script check
 void addScriptCommands(CLI::App& app);
 /// script run, on the "script" command
 void addScriptRunCommand(CLI::App& script);
+/// script check, on the "script" command
+void addScriptCheckCommand(CLI::App& script);
 
 } // namespace tavrel

@@ -13,6 +13,7 @@
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <sstream>
 #include <unistd.h>
 
 namespace tavrel {
@@ -68,6 +69,43 @@ void captureError(nlohmann::ordered_json& node, const std::function<void()>& bod
     runCatching(body, [&node](const std::string& message, int code) {
         node["error"] = nlohmann::ordered_json{{"message", message}, {"code", code}};
     });
+}
+
+void printLog(const std::string& log, bool notes) {
+    std::istringstream in(log);
+    std::string message;
+    std::string line;
+    char severity = 0;
+    auto flush = [&]() {
+        if (severity == 0)
+            return;
+        if (severity >= '\x03')
+            std::cerr << message << '\n';
+        else if (notes)
+            std::cout << message << '\n';
+        message.clear();
+        severity = 0;
+    };
+    while (std::getline(in, line)) {
+        if (!line.empty() && line[0] >= '\x01' && line[0] <= '\x04') {
+            flush();
+            severity = line[0];
+            message = line.substr(1);
+        } else if (severity != 0) {
+            // A message may run over several lines, as the reader's error does.
+            message += "\n" + line;
+        } else if (notes) {
+            std::cout << line << '\n';
+        }
+    }
+    flush();
+}
+
+std::string itemPath(const ScenarioItem* item) {
+    std::string path;
+    for (; item != nullptr; item = item->parent)
+        path = path.empty() ? item->name : item->name + "/" + path;
+    return path;
 }
 
 IncludesBeside::IncludesBeside(const std::string& script)

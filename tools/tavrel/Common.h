@@ -24,6 +24,14 @@ void runReporting(const std::function<void()>& body);
 /// that one bad branch of a walk doesn't end the walk.
 void captureError(nlohmann::ordered_json& node, const std::function<void()>& body);
 
+/// Prints each message of a load log without its severity character: errors
+/// and warnings on the error stream, the rest on the standard output. Without
+/// `notes`, the information and progress messages are left out.
+void printLog(const std::string& log, bool notes = true);
+
+/// The names of the items from the top of the tree down to `item`, joined by '/'.
+std::string itemPath(const ScenarioItem* item);
+
 /// The include files beside a script: while it lives, a reference to an include
 /// FILE is read from the folder of the script first (FILE may name a
 /// sub-folder, with "/" or "\\"), and only then from "data/script/include" of
@@ -37,9 +45,10 @@ public:
 
     bool Contains(const std::string& file) const override;
     std::string Read(const std::string& file) const override;
+    /// Where `file` lies, or would lie, beside the script.
+    std::string PathOf(const std::string& file) const;
 
 private:
-    std::string PathOf(const std::string& file) const;
     std::string folder_;
 };
 

@@ -26,35 +26,6 @@ struct ParseOptions {
     bool evaluate = false;
 };
 
-// Prints each message of a load log without its severity character: errors and
-// warnings on the error stream, the rest on the standard output.
-void PrintLog(const std::string& log) {
-    std::istringstream in(log);
-    std::string message;
-    std::string line;
-    char severity = 0;
-    auto flush = [&]() {
-        if (severity == 0)
-            return;
-        (severity >= '\x03' ? std::cerr : std::cout) << message << '\n';
-        message.clear();
-        severity = 0;
-    };
-    while (std::getline(in, line)) {
-        if (!line.empty() && line[0] >= '\x01' && line[0] <= '\x04') {
-            flush();
-            severity = line[0];
-            message = line.substr(1);
-        } else if (severity != 0) {
-            // A message may run over several lines, as the reader's error does.
-            message += "\n" + line;
-        } else {
-            std::cout << line << '\n';
-        }
-    }
-    flush();
-}
-
 // What the AssertAbort handler throws while a call is evaluated, so that one
 // faulty call doesn't end the whole listing.
 struct EvaluationAborted {
@@ -196,7 +167,7 @@ void RunParse(const ParseOptions& options) {
     if (!options.rootModel.empty()) {
         std::ostringstream log;
         ScenarioItem* model = LoadScenarioFile(options.rootModel.c_str(), &log, false);
-        PrintLog(log.str());
+        tavrel::printLog(log.str());
         Folders* folders = dynamic_cast<Folders*>(model);
         if (folders == nullptr) {
             delete model;
@@ -211,7 +182,7 @@ void RunParse(const ParseOptions& options) {
     std::ostringstream log;
     const tavrel::IncludesBeside includes(options.file);
     std::unique_ptr<ScenarioItem> item(LoadScenarioFile(options.file.c_str(), &log, false));
-    PrintLog(log.str());
+    tavrel::printLog(log.str());
     if (!item) {
         tavrel::exitStatus = 1;
         return;
@@ -238,4 +209,5 @@ void tavrel::addScriptCommands(CLI::App& app) {
                     "Evaluate each call of a function with the default run-time table");
     parse->callback([options]() { tavrel::runReporting([&]() { RunParse(*options); }); });
     tavrel::addScriptRunCommand(*script);
+    tavrel::addScriptCheckCommand(*script);
 }

@@ -142,13 +142,7 @@ private:
     std::vector<std::vector<double>> rows_;
 };
 
-// Names from the top of the tree down to `item`, joined by '/'.
-std::string ItemPath(const ScenarioItem* item) {
-    std::string path;
-    for (; item != nullptr; item = item->parent)
-        path = path.empty() ? item->name : item->name + "/" + path;
-    return path;
-}
+using tavrel::itemPath;
 
 // The nearest task at or above `item` that has states; null when none.
 const Task* OwnerWithStates(const ScenarioItem* item) {
@@ -192,13 +186,13 @@ public:
         const char* meaning = event == 0 ? "holds" : event == 1 ? "fails" : event == 2 ? "starts" : "event";
         if (json_) {
             nlohmann::ordered_json line{{"time", RoundedTime(time)},
-                                        {"path", ItemPath(item)},
+                                        {"path", itemPath(item)},
                                         {"event", event},
                                         {"meaning", meaning},
                                         {"state", state}};
             std::cout << line.dump() << '\n';
         } else {
-            std::cout << TimeText(time) << "  " << ItemPath(item) << "  event " << event << " (" << meaning
+            std::cout << TimeText(time) << "  " << itemPath(item) << "  event " << event << " (" << meaning
                       << ")  state " << state << '\n';
         }
     }
@@ -206,10 +200,10 @@ public:
     void Message(const ScenarioItem* where, const std::string& text) {
         if (json_) {
             nlohmann::ordered_json line{
-                {"time", RoundedTime(time)}, {"path", ItemPath(where)}, {"message", text}};
+                {"time", RoundedTime(time)}, {"path", itemPath(where)}, {"message", text}};
             std::cout << line.dump() << '\n';
         } else {
-            std::cout << TimeText(time) << "  " << ItemPath(where) << "  message \"" << text << "\"\n";
+            std::cout << TimeText(time) << "  " << itemPath(where) << "  message \"" << text << "\"\n";
         }
     }
 
@@ -412,7 +406,7 @@ void CollectMissingEntries(ScenarioItem& item, std::vector<std::string>& out) {
                 held = FindActionEntry(code) != nullptr;
             if (!held)
                 out.push_back(std::string(KindKeyword(item.kind)) + " " + item.name + " (CODE " +
-                              std::to_string(code) + ") at " + ItemPath(&item));
+                              std::to_string(code) + ") at " + itemPath(&item));
         }
     }
     std::vector<ScenarioItem*> children;
@@ -498,16 +492,16 @@ void PrintSummary(ScenarioLib::Scenario& scenario, int steps, double lastTime, b
         if (task->subTasks.empty() && task != &scenario)
             continue;
         taskList.push_back(
-            {{"path", ItemPath(task)}, {"state", task->currentState}, {"steps", task->stepCount}});
-        text << "task " << ItemPath(task) << "  state " << task->currentState << "  steps " << task->stepCount
+            {{"path", itemPath(task)}, {"state", task->currentState}, {"steps", task->stepCount}});
+        text << "task " << itemPath(task) << "  state " << task->currentState << "  steps " << task->stepCount
              << '\n';
     }
     nlohmann::ordered_json variableList = nlohmann::ordered_json::array();
     for (Task* task : tasks)
         for (const Variable* variable : task->variables) {
             variableList.push_back(
-                {{"path", ItemPath(variable)}, {"label", variable->label}, {"value", variable->value}});
-            text << "variable " << ItemPath(variable) << " " << variable->label << "=" << variable->value
+                {{"path", itemPath(variable)}, {"label", variable->label}, {"value", variable->value}});
+            text << "variable " << itemPath(variable) << " " << variable->label << "=" << variable->value
                  << '\n';
         }
     for (Task* task : tasks) {
@@ -515,7 +509,7 @@ void PrintSummary(ScenarioLib::Scenario& scenario, int steps, double lastTime, b
         if (criteria == nullptr)
             continue;
         nlohmann::ordered_json counters = nlohmann::ordered_json::object();
-        text << "criteria " << ItemPath(criteria) << " \"" << criteria->label << "\"";
+        text << "criteria " << itemPath(criteria) << " \"" << criteria->label << "\"";
         for (const auto& [level, counter] : criteria->counters) {
             nlohmann::ordered_json values = nlohmann::ordered_json::object();
             text << "  level " << level << ":";
@@ -527,7 +521,7 @@ void PrintSummary(ScenarioLib::Scenario& scenario, int steps, double lastTime, b
         }
         text << '\n';
         criteriaList.push_back(
-            {{"path", ItemPath(criteria)}, {"label", criteria->label}, {"counters", counters}});
+            {{"path", itemPath(criteria)}, {"label", criteria->label}, {"counters", counters}});
     }
     nlohmann::ordered_json scores = nlohmann::ordered_json::object();
     if (scenario.evaluation != nullptr)

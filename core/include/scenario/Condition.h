@@ -79,5 +79,7 @@ public:
     uint8_t hasBeenFalse = 0;
 
 private:
+    // The validity rules tell a junction from a call.
+    friend std::string ConditionFault(const Condition& condition);
     bool IsJunction() const { return name == "AND" || name == "OR"; }
 };

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <iosfwd>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -319,6 +320,13 @@ ScenarioItem* GetTreeRoot(ScenarioItem* item);
 ScenarioItem* GetModelRoot(ScenarioItem* item);
 /// The nearest scenario, criteria or include from the item upward; null if none.
 ScenarioItem* FindOwningUnit(ScenarioItem* item);
+/// Why the item breaks a validity rule of its own, in a few words (`no call`,
+/// `AND without sub-conditions`), or "" when it keeps them all. The rule that every
+/// child must be valid is no rule of its own: an item invalid only through an item
+/// below it answers "". The answer comes from the rules that UpdateValidity applies,
+/// read on the tree as it stands; after UpdateDisplayTextTree an item with a reason
+/// is invalid.
+std::string InvalidityReason(ScenarioItem& item);
 
 /// Turns "/" into "\" (but for a leading one) and folds repeated "\" (but for a
 /// leading pair).
@@ -398,3 +406,70 @@ void SplitWords(const std::string& value, std::vector<std::string>& words);
 /// Joins the words with single blanks into `buffer` of `size` bytes (cut short if
 /// needed, always NUL-terminated).
 void JoinWords(const std::vector<std::string>& words, char* buffer, size_t size = 1024);
+
+/// Where the reader found the items it read, for tools that report on items by
+/// row as a compiler reports on lines; items keep no row themselves. While a
+/// record lives, the reader notes for each item it makes the 1-based row of its
+/// header line and the file being read; with none alive it notes nothing. The
+/// file is the path given to LoadScenarioFile, or for LoadScenarioText the name
+/// held by the innermost ItemRowRecord::File alive ("" without one). An include
+/// read by reference notes its content under the include's FILE text when a
+/// repository gave it, or under the path read from disk, at its rows there. An
+/// item that is destroyed is forgotten, so that an item made later at its address
+/// doesn't inherit its place. Every live record notes; one thread, as for all of
+/// the model.
+class ItemRowRecord {
+public:
+    /// The file an item was read from ("" when unnamed) and the row of its header.
+    struct Place {
+        std::string file;
+        uint32_t row = 0;
+    };
+
+    /// Names the file that the reader reads while the object lives; the former
+    /// name comes back when it goes. Objects nest like scopes.
+    class File {
+    public:
+        explicit File(std::string name);
+        ~File();
+        File(const File&) = delete;
+        File& operator=(const File&) = delete;
+
+    private:
+        std::string name_;
+        const std::string* former_;
+    };
+
+    ItemRowRecord();
+    ~ItemRowRecord();
+    ItemRowRecord(const ItemRowRecord&) = delete;
+    ItemRowRecord& operator=(const ItemRowRecord&) = delete;
+
+    /// Where the reader found `item`; false for an item that no reader made while
+    /// this record lived (one a program or the model made, such as a parameter
+    /// added to upgrade a call).
+    bool Find(const ScenarioItem* item, Place& place) const;
+
+    /// Gives `copy` the place of `original`, and each item below `copy` the place
+    /// of the item at the same position below `original`, as far as kind and name
+    /// agree; for the copies that the model makes of what it read. Nothing when
+    /// no record lives.
+    static void NoteCopy(const ScenarioItem& original, const ScenarioItem& copy);
+
+private:
+    friend class ScenarioItem;
+    friend ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoadContext* context,
+                                  bool headerOnly);
+
+    struct Store;
+
+    static bool Recording() { return live_ != nullptr; }
+    // The reader notes the item it made, the destructor forgets it.
+    static void NoteRead(const ScenarioItem* item, uint32_t row);
+    static void Forget(const ScenarioItem* item);
+
+    std::unique_ptr<Store> store_;
+    ItemRowRecord* outer_;
+    static ItemRowRecord* live_;
+    static const std::string* fileName_;
+};
