@@ -220,3 +220,109 @@ TEST_F(Scenarios, GeneralParametersLiveBesideTheScenarioAndVehiclesHaveDefaults)
     EXPECT_EQ(scenario->PointText("tree#1"), "tree");
     scenario->pointList = nullptr;
 }
+
+// The texts and validity of parameters that name things of the scenario, read
+// from the tables a host fills: vehicles and their inputs and outputs, lights,
+// signs, drivers, objects, triggers, images and export channels.
+TEST(ScenarioTables, ParametersShowAndCheckWhatTheScenarioKnows) {
+    struct Slot {
+        const char* name;
+        const char* kind;
+        const char* initial;
+    };
+    const Slot slots[] = {{"VHL_NUMBER", "VEHICLE", "3"},        {"VHL_NUMBER_PLUS", "VEHICLE", "3"},
+                          {"OUTPUT", "VHC_OUTPUT", "0"},        {"INPUT", "VHC_INPUT", "0"},
+                          {"LIGHT", "TRAFFIC_LIGHT", "2"},      {"SIGN", "ROADSIGN", "4"},
+                          {"WHO", "DRIVER", "bob"},             {"WHAT", "OBJECT", "tree"},
+                          {"WHEN", "TRIGGER", "start"},         {"PICTURE", "IMAGE", "logo.png"},
+                          {"CHANNEL", "EXPORT_CHANNEL", "5"}};
+    const auto parameters = [&](const std::map<std::string, std::string>& values) {
+        std::string body;
+        for (const Slot& slot : slots) {
+            auto given = values.find(slot.name);
+            body += Block(std::string("PARAMETER (") + slot.name + ")",
+                          std::string("KIND=\"") + slot.kind + "\"\nVALUE=\"" +
+                              (given != values.end() ? given->second : slot.initial) + "\"\n");
+        }
+        return body;
+    };
+    std::string definitions;
+    for (const Slot& slot : slots)
+        definitions += Block(std::string("PARAMETER (") + slot.name + ")",
+                             std::string("TYPE=\"STRING\"\nKINDLIST=\"") + slot.kind + "\"\n");
+    std::unique_ptr<Folders> model =
+        Parse<Folders>(WithCrLf(Block("FOLDER (MODEL)", Block("FOLDER (PARAMETER_LIST)", definitions) +
+                                                            Block("FOLDER (ACTION_LIST)",
+                                                                  Block("ACTION (USE)", "CODE=\"1\"\n" + parameters({}))))));
+    ASSERT_NE(model, nullptr);
+    scenarioRootModel = model.get();
+
+    // Call i of the rule: the values of case i.
+    struct Case {
+        const char* slot;
+        const char* value;
+        const char* text;
+        bool valid;
+    };
+    const Case cases[] = {
+        {"VHL_NUMBER", "3", "[3] ego", true},
+        {"VHL_NUMBER", "9", "?", false},
+        {"VHL_NUMBER", "-1", "environment?", false},
+        {"VHL_NUMBER_PLUS", "-1", "environment", true},
+        {"OUTPUT", "2", "out2", true},
+        {"OUTPUT", "5", "(invalid index)?", false},
+        {"INPUT", "-1", "(invalid index)?", false},
+        {"LIGHT", "2", "North light", true},
+        {"LIGHT", "8", "8", true},
+        {"SIGN", "4", "Stop", true},
+        {"WHO", "bob", "[7] bob", true},
+        {"WHO", "ann", "?", false},
+        {"WHAT", "tree#2", "tree 1,2.5,0", true},
+        {"WHAT", "rock", "rock", true},
+        {"WHEN", "stop", "stop?", false},
+        {"PICTURE", "logo.png", "logo.png", true},
+        {"CHANNEL", "5", "speed", true},
+        {"CHANNEL", "6", "6", true},
+    };
+    std::string rule;
+    for (const Case& c : cases)
+        rule += Block("ACTION (USE)", parameters({{c.slot, c.value}}));
+    std::ostringstream log;
+    std::unique_ptr<ScenarioLib::Scenario> scenario = Parse<ScenarioLib::Scenario>(
+        WithCrLf(Block("SCENARIO (S)", Block("TASK (0)", Block("RULE (1)", rule)))), &log);
+    ASSERT_NE(scenario, nullptr) << log.str();
+    VEHICLE& ego = scenario->GetVehicle(3);
+    ego.name = "ego";
+    ego.outputs.resize(3);
+    ego.outputs[2].name = "out2";
+    ego.inputs.resize(1);
+    scenario->entityTables[ScenarioLib::Scenario::TRAFFIC_LIGHTS][2] = "North light";
+    scenario->entityTables[ScenarioLib::Scenario::ROAD_SIGNS][4] = "Stop";
+    scenario->entityTables[ScenarioLib::Scenario::DRIVERS][7] = "bob";
+    scenario->entityTables[ScenarioLib::Scenario::TRIGGERS][1] = "start";
+    scenario->entityTables[ScenarioLib::Scenario::MEDIA][1] = "logo.png";
+    scenario->channelNumbers["speed"] = 5;
+    std::unique_ptr<ScenarioItem> tree = Parse(WithCrLf(Block("FOLDER (tree)", "")));
+    std::vector<ScenarioLib::PointRecord> points(1);
+    points[0] = {tree.get(), 1, 1.0, 2.5, 0.0};
+    scenario->pointList = &points;
+
+    scenario->UpdateDisplayTextTree();
+    const Rule* theRule = scenario->subTasks.at(0)->rules.at(0);
+    ASSERT_EQ(theRule->actions.size(), std::size(cases));
+    for (size_t i = 0; i < std::size(cases); ++i) {
+        const Case& c = cases[i];
+        const Parameter* parameter = nullptr;
+        for (const Parameter* p : theRule->actions[i]->parameters)
+            if (p->name == c.slot)
+                parameter = p;
+        ASSERT_NE(parameter, nullptr) << c.slot;
+        EXPECT_EQ(parameter->displayText, c.text) << c.slot << " " << c.value;
+        EXPECT_EQ(parameter->IsValid(), c.valid) << c.slot << " " << c.value;
+    }
+    // Once the vehicle is gone from the table, its outputs are too.
+    scenario->vehicles.clear();
+    scenario->UpdateDisplayTextTree();
+    EXPECT_EQ(theRule->actions[0]->parameters[2]->displayText, "(vehicle not found in scenario)?");
+    scenarioRootModel = nullptr;
+}

@@ -89,7 +89,7 @@ const std::vector<Case> kCases = {
     {kTest + Block("ACTION (SHOW)", "@" + Block("PARAMETER (PICTURE)", "KIND=\"FILE\"\nVALUE=\"\"\n")),
      "SHOW/PICTURE", "no file named"},
     {kTest + Block("ACTION (SHOW)", "@" + Block("PARAMETER (PICTURE)", "KIND=\"IMAGE\"\nVALUE=\"logo\"\n")),
-     "SHOW/PICTURE", "IMAGE logo without a scenario to know it"},
+     "SHOW/PICTURE", "IMAGE logo not in the scenario"},
     {kTest + Block("ACTION (GO)", "@" + Block("PARAMETER (STATE)", "KIND=\"TASK\"\nVALUE=\"7\"\n")),
      "GO/STATE", "TASK 7 not found"},
     {"@" + Block("CONDITION (AND)", "") + Act(Number("USER", "1")), "AND", "AND without sub-conditions"},

@@ -263,6 +263,7 @@ TEST_F(RootModelTest, AThousandOpensKeepAThousandModelsOrOne) {
     EXPECT_EQ(each.size(), 1000u);
     EXPECT_EQ(shared.size(), 1u);
     // The sanitizers' allocator doesn't report to mallinfo2: nothing to compare.
-    if (byDefault != 0)
+    if (byDefault != 0) {
         EXPECT_LT(reused * 100, byDefault);
+    }
 }

@@ -1,7 +1,9 @@
 #include <scenario/Parameter.h>
 
 #include <scenario/EnumTab.h>
+#include <scenario/Evaluation.h>
 #include <scenario/Function.h>
+#include <scenario/Scenario.h>
 #include <scenario/Variable.h>
 
 #include "ModelIndex.h"
@@ -162,17 +164,70 @@ Parameter* DefinitionOf(Token* model, int nullLine, int kindLine) {
     return definition;
 }
 
-// The scenario around a parameter answers for vehicles, drivers, triggers and
-// the like. No class of this model stands for a scenario yet, so every
-// parameter is without one, and shows and checks what it can without.
-const ScenarioItem* ScenarioOf(const Parameter&) {
-    return nullptr;
+// The scenario whose tables a parameter's text reads: the root of its tree
+// when that is a scenario, the scenario an evaluation names when the root is an
+// evaluation read on its own; none otherwise.
+const ScenarioLib::Scenario* ScenarioOf(const Parameter& parameter) {
+    const ScenarioItem* root =
+        GetTreeRoot(parameter.parent != nullptr ? parameter.parent : const_cast<Parameter*>(&parameter));
+    if (root == nullptr)
+        return nullptr;
+    if (root->kind == ITEM_EVALUATION)
+        if (const Evaluation* evaluation = dynamic_cast<const Evaluation*>(root))
+            return evaluation->owner;
+    return root->kind == ITEM_SCENARIO ? dynamic_cast<const ScenarioLib::Scenario*>(root) : nullptr;
 }
 
-// Whether the scenario includes the file; no include is known without a
-// scenario class.
-bool ScenarioHasInclude(const ScenarioItem*, const std::string&) {
-    return false;
+// Whether the scenario at `root` includes the file.
+bool ScenarioHasInclude(const ScenarioItem* root, const std::string& file) {
+    const auto* scenario = dynamic_cast<const ScenarioLib::Scenario*>(root);
+    return scenario != nullptr && scenario->FindIncludeByFile(file) != nullptr;
+}
+
+// The name of export channel `number`, asked of the root itself when it is a
+// scenario or an include (an include knows no channel), else of the scenario.
+std::string ExportChannelName(const Parameter& parameter, int32_t number) {
+    const ScenarioItem* root =
+        GetTreeRoot(parameter.parent != nullptr ? parameter.parent : const_cast<Parameter*>(&parameter));
+    if (root != nullptr && root->kind == ITEM_INCLUDE)
+        return std::string();
+    const ScenarioLib::Scenario* scenario = ScenarioOf(parameter);
+    return scenario != nullptr ? scenario->ChannelName(number) : std::string();
+}
+
+// The table of the scenario that a sign, barrier or light is read from.
+ScenarioLib::Scenario::EntityTable TableOf(Word word) {
+    switch (word) {
+    case Word::RoadSign:
+        return ScenarioLib::Scenario::ROAD_SIGNS;
+    case Word::Barrier:
+        return ScenarioLib::Scenario::BARRIERS;
+    default:
+        return ScenarioLib::Scenario::TRAFFIC_LIGHTS;
+    }
+}
+
+// Whether the scenario knows what a TRIGGER, DRIVER, IMAGE or SOUND names.
+bool ScenarioKnows(const ScenarioLib::Scenario& scenario, Word word, const std::string& value) {
+    switch (word) {
+    case Word::Trigger:
+        return scenario.EntityNumber(ScenarioLib::Scenario::TRIGGERS, value) != -1;
+    case Word::Driver:
+        return scenario.EntityNumber(ScenarioLib::Scenario::DRIVERS, value) != -1;
+    default:
+        return scenario.EntityNumber(ScenarioLib::Scenario::MEDIA, value) != -1;
+    }
+}
+
+// The vehicle number of the first parameter of `call` whose definition allows
+// KIND VEHICLE; null when there is none.
+const Parameter* VehicleParameterOf(const Function& call) {
+    for (const Parameter* parameter : call.parameters) {
+        const Parameter* itsDefinition = dynamic_cast<const Parameter*>(parameter->model);
+        if (itsDefinition != nullptr && Contains(itsDefinition->kindList, "VEHICLE"))
+            return parameter;
+    }
+    return nullptr;
 }
 
 // What "%f"-style and "%d"-style scans accept: optional blanks and sign, then a
@@ -313,7 +368,7 @@ void Parameter::UpdateDisplayText() {
         return;
     }
     Parameter* definition = DefinitionOf(model, 876, 877);
-    const ScenarioItem* scenario = ScenarioOf(*this);
+    const ScenarioLib::Scenario* scenario = ScenarioOf(*this);
     std::string text;
     switch (WordOf(valueKind)) {
     case Word::Enum: {
@@ -344,18 +399,37 @@ void Parameter::UpdateDisplayText() {
     case Word::RoadSign:
     case Word::Barrier:
     case Word::TrafficLight:
+        // The scenario's text of the sign, barrier or light; without one, the
+        // number.
+        if (scenario != nullptr)
+            text = scenario->EntityText(TableOf(WordOf(valueKind)), std::atoi(value.c_str()));
+        if (text.empty())
+            text = value;
+        break;
     case Word::ExportChannel:
-        // The scenario's name of the sign, barrier, light or channel; without
-        // one, the number.
-        text = value;
+        text = ExportChannelName(*this, std::atoi(value.c_str()));
+        if (text.empty())
+            text = value;
         break;
     case Word::Object:
-    case Word::Driver:
+        if (scenario != nullptr)
+            text = scenario->PointText(value);
         break;
-    case Word::Vehicle:
-        if (scenario == nullptr && std::atoi(value.c_str()) == -1)
+    case Word::Driver: {
+        const int32_t number =
+            scenario != nullptr ? scenario->EntityNumber(ScenarioLib::Scenario::DRIVERS, value) : -1;
+        if (number != -1)
+            text = "[" + std::to_string(number) + "] " + value;
+        break;
+    }
+    case Word::Vehicle: {
+        const int32_t number = std::atoi(value.c_str());
+        if (scenario != nullptr && scenario->HasVehicle(number))
+            text = "[" + value + "] " + scenario->vehicles.at(number).name;
+        else if (number == -1)
             text = "environment";
         break;
+    }
     case Word::VhcInput:
     case Word::VhcOutput: {
         if (parent == nullptr) {
@@ -367,18 +441,21 @@ void Parameter::UpdateDisplayText() {
             text = "(parent node is not a function)";
             break;
         }
-        const Parameter* vehicle = nullptr;
-        for (const Parameter* parameter : call->parameters) {
-            const Parameter* itsDefinition = dynamic_cast<const Parameter*>(parameter->model);
-            if (itsDefinition != nullptr && Contains(itsDefinition->kindList, "VEHICLE")) {
-                vehicle = parameter;
-                break;
-            }
-        }
-        if (vehicle == nullptr || std::atoi(vehicle->value.c_str()) == -1)
+        const Parameter* vehicle = VehicleParameterOf(*call);
+        const int32_t number = vehicle != nullptr ? std::atoi(vehicle->value.c_str()) : -1;
+        if (number == -1) {
             text = "(no vehicle parameter in parent function)";
-        else
+        } else if (scenario == nullptr) {
             text = "(no parent scenario)";
+        } else if (!scenario->HasVehicle(number)) {
+            text = "(vehicle not found in scenario)";
+        } else {
+            const VEHICLE& found = scenario->vehicles.at(number);
+            const auto& list = WordOf(valueKind) == Word::VhcInput ? found.inputs : found.outputs;
+            // Unsigned, so that a negative index is out of range too.
+            const auto index = static_cast<uint32_t>(std::atoi(value.c_str()));
+            text = index < list.size() ? list[index].name : "(invalid index)";
+        }
         break;
     }
     case Word::Task:
@@ -580,9 +657,39 @@ void Parameter::UpdateValidity() {
     valid = ParameterFault(*this).empty();
 }
 
+namespace {
+
+// An input or output of the vehicle that the call's VEHICLE parameter names.
+std::string VehicleChannelFault(const Parameter& parameter, const ScenarioLib::Scenario* scenario) {
+    const Function* call = dynamic_cast<const Function*>(parameter.parent);
+    if (call == nullptr)
+        return "not the parameter of a call";
+    const Parameter* vehicle = VehicleParameterOf(*call);
+    if (vehicle == nullptr)
+        return "no vehicle parameter in the call";
+    const int32_t number = std::atoi(vehicle->value.c_str());
+    if (number == -1)
+        return "the call names no vehicle";
+    if (scenario == nullptr)
+        return parameter.valueKind + " " + parameter.value + " without a scenario to know it";
+    if (!scenario->HasVehicle(number))
+        return "vehicle " + vehicle->value + " not in the scenario";
+    const VEHICLE& found = scenario->vehicles.at(number);
+    const size_t count =
+        WordOf(parameter.valueKind) == Word::VhcInput ? found.inputs.size() : found.outputs.size();
+    const int index = std::atoi(parameter.value.c_str());
+    if (index < 0 || static_cast<size_t>(index) >= count)
+        return "index " + parameter.value + " beyond the " + std::to_string(count) + " " +
+               (WordOf(parameter.valueKind) == Word::VhcInput ? "inputs" : "outputs") + " of vehicle " +
+               vehicle->value;
+    return std::string();
+}
+
+} // namespace
+
 std::string ParameterFault(Parameter& parameter) {
     Parameter* definition = DefinitionOf(parameter.model, 569, 570);
-    const ScenarioItem* scenario = ScenarioOf(parameter);
+    const ScenarioLib::Scenario* scenario = ScenarioOf(parameter);
     const std::string& value = parameter.value;
     const std::string& ownerFile = parameter.ownerFile;
     std::string fault;
@@ -645,9 +752,15 @@ std::string ParameterFault(Parameter& parameter) {
             fault = "VALUE \"" + value + "\" above MAXVALUE " + definition->maxValue;
         break;
     }
-    case Word::Vehicle:
-        // Only a scenario knows its vehicles; without one any number stands.
+    case Word::Vehicle: {
+        // Only a scenario knows its vehicles; without one any number stands. -1
+        // means the environment, for the one parameter that may say so.
+        const int32_t number = std::atoi(value.c_str());
+        if (scenario != nullptr && !scenario->HasVehicle(number) &&
+            !(number == -1 && definition->name == "VHL_NUMBER_PLUS"))
+            fault = "vehicle " + value + " not in the scenario";
         break;
+    }
     case Word::Variable: {
         ScenarioItem* root = GetTreeRoot(&parameter);
         if (root == nullptr)
@@ -666,6 +779,8 @@ std::string ParameterFault(Parameter& parameter) {
     }
     case Word::VhcInput:
     case Word::VhcOutput:
+        fault = VehicleChannelFault(parameter, scenario);
+        break;
     case Word::Trigger:
     case Word::Driver:
     case Word::Image:
@@ -673,6 +788,8 @@ std::string ParameterFault(Parameter& parameter) {
         // These name things of the scenario, which must be there to know them.
         if (scenario == nullptr)
             fault = parameter.valueKind + " " + value + " without a scenario to know it";
+        else if (!ScenarioKnows(*scenario, WordOf(parameter.valueKind), value))
+            fault = parameter.valueKind + " " + value + " not in the scenario";
         break;
     default: {
         const uint32_t itemKind = KindFromKeyword(parameter.valueKind.c_str());

@@ -527,4 +527,28 @@ std::string Scenario::PointText(const std::string& text) const {
     return cut;
 }
 
+std::string Scenario::EntityText(EntityTable table, int32_t number) const {
+    if (table < TRAFFIC_LIGHTS || table > MEDIA)
+        return std::string();
+    const auto& entries = entityTables[table];
+    auto found = entries.find(number);
+    return found != entries.end() ? found->second : std::string();
+}
+
+int32_t Scenario::EntityNumber(EntityTable table, const std::string& text) const {
+    if (table < TRAFFIC_LIGHTS || table > MEDIA)
+        return -1;
+    for (const auto& [number, entry] : entityTables[table])
+        if (entry == text)
+            return number;
+    return -1;
+}
+
+std::string Scenario::ChannelName(int32_t number) const {
+    for (const auto& [channel, channelNumber] : channelNumbers)
+        if (channelNumber == number)
+            return channel;
+    return std::string();
+}
+
 } // namespace ScenarioLib

@@ -90,6 +90,25 @@ public:
     /// name, and its position when it has one; the cut text when unknown.
     std::string PointText(const std::string& text) const;
 
+    /// What the six entity tables hold, as this library reads them for the
+    /// parameter texts: each maps a number to a text, and a host fills them.
+    enum EntityTable {
+        TRAFFIC_LIGHTS = 0, ///< number -> the light's text
+        BARRIERS = 1,       ///< number -> the barrier's text
+        ROAD_SIGNS = 2,     ///< number -> the sign's text
+        DRIVERS = 3,        ///< driver number -> driver name
+        TRIGGERS = 4,       ///< number -> trigger name
+        MEDIA = 5,          ///< number -> image or sound file name
+    };
+    /// The text of entry `number` of `table`; empty when absent or for a table
+    /// out of range.
+    std::string EntityText(EntityTable table, int32_t number) const;
+    /// The first number whose entry of `table` is exactly `text`, or -1.
+    int32_t EntityNumber(EntityTable table, const std::string& text) const;
+    /// The name of export channel `number` (the key of `channelNumbers` that
+    /// maps to it), or empty.
+    std::string ChannelName(int32_t number) const;
+
     std::string scenarioName;
     std::string vehicleKindName = "TRAFFIC";
     std::map<int32_t, VEHICLE> vehicles;
