@@ -87,6 +87,35 @@ TEST(ScenarioCommands, ShowGivesTheFileTextOfTypesTheInterfaceHides) {
     EXPECT_EQ(get.output, "error: e to get parameter value : Unkown parameter type :  (code -1)\n");
 }
 
+// script check with a scenario path: every script of the scenario that a
+// template reads, against the configuration's model, at the rows of the file.
+TEST(ScenarioCommands, ScriptCheckReadsEveryScriptOfAScenario) {
+    ToolRun run = tavrel("script check city/roundabout.sce");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output, "all 9 item(s) valid\n");
+
+    TempInstallation installation;
+    installation.addConfiguration("Main", "1.0", {"main"});
+    const std::string config = installation.writeInstallationFile("Main");
+    const std::string file = installation.write(
+        "projects/main/data/scenario/s.sce",
+        "<Scenario name=\"s\" description=\"\">\n"
+        "  <ScenarioScript name=\"other\" scriptType=\"python\"><![CDATA[not read]]></ScenarioScript>\n"
+        "  <ScenarioScript name=\"main\"><![CDATA[\n"
+        "TYPEOF SCENARIO (S)\n{\n\tTYPEOF INCLUDE (MISSING)\n\t{\n\t\tISA_INDEX=\"1\"\n"
+        "\t\tFILE=\"missing.inc\"\n\t}\n}\n]]></ScenarioScript>\n</Scenario>\n");
+    run = tavrel("script check s.sce --installation '" + config + "'", false);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output, file + ":6: S/MISSING: include file missing.inc not found under data/script/include\n"
+                                 "1 invalid item(s) in 2 item(s)\n");
+
+    run = tavrel("script check fog/broken_script.sce --configuration Training");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_NE(run.output.find("broken_script.sce:12: error: script cut doesn't read\n"), std::string::npos)
+        << run.output;
+    EXPECT_EQ(tavrel("script check none.sce").status, 2);
+}
+
 TEST(ScenarioCommands, FetchWritesTheRawBytes) {
     ToolRun run = tavrel("fetch highway.sce", false);
     EXPECT_EQ(run.status, 0);

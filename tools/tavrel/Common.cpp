@@ -2,6 +2,9 @@
 
 #include "Commands.h"
 
+#include <TavrelScenarioTemplateDb/TavrelDatabaseDriver.h>
+#include <environment/lmkUtils/EnvConfig.h>
+
 #include <Poco/Exception.h>
 #include <Poco/File.h>
 #include <Poco/Path.h>
@@ -108,6 +111,23 @@ std::string itemPath(const ScenarioItem* item) {
     return path;
 }
 
+TavrelScenarioTemplateDb::TavrelDatabaseDriver openDriver(const std::string& installation,
+                                                         std::string& configuration) {
+    const std::string file = resolveInstallation(installation);
+    if (configuration.empty()) {
+        // Opening the installation makes it the one in force, whose current
+        // configuration is then known.
+        TavrelScenarioTemplateDb::TavrelDatabaseDriver whole(file, "*", "*");
+        configuration = lmkUtils::EnvConfig::getCurrentConfiguration();
+    }
+    return TavrelScenarioTemplateDb::TavrelDatabaseDriver(file, "*", configuration);
+}
+
+std::string readTextFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
 IncludesBeside::IncludesBeside(const std::string& script)
     : folder_(Poco::Path(script).makeParent().toString()) {
     RegisterIncludeRepository(this);
@@ -135,8 +155,7 @@ bool IncludesBeside::Contains(const std::string& file) const {
 }
 
 std::string IncludesBeside::Read(const std::string& file) const {
-    std::ifstream in(PathOf(file), std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return readTextFile(PathOf(file));
 }
 
 } // namespace tavrel

@@ -8,7 +8,19 @@
 #include <functional>
 #include <string>
 
+namespace TavrelScenarioTemplateDb {
+class TavrelDatabaseDriver;
+}
+
 namespace tavrel {
+
+/// A driver over the installation (resolved as resolveInstallation does),
+/// filtered on `configuration`; an empty one becomes the installation's
+/// current configuration.
+TavrelScenarioTemplateDb::TavrelDatabaseDriver openDriver(const std::string& installation,
+                                                         std::string& configuration);
+/// The bytes of a file; empty when it can't be read.
+std::string readTextFile(const std::string& path);
 
 /// The installation file to use: the given one, else $TAVREL_CONFIG, else the
 /// bundled sample installation (beside the executable's source tree).

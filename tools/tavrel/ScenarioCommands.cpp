@@ -35,16 +35,7 @@ struct ScenarioOptions {
     }
 
     /// A driver filtered on the configuration asked for, or on the installation's current one.
-    TavrelScenarioTemplateDb::TavrelDatabaseDriver driver() {
-        const std::string file = resolveInstallation(installation);
-        if (configuration.empty()) {
-            // Opening the installation makes it the one in force, whose current
-            // configuration is then known.
-            TavrelScenarioTemplateDb::TavrelDatabaseDriver whole(file, "*", "*");
-            configuration = lmkUtils::EnvConfig::getCurrentConfiguration();
-        }
-        return TavrelScenarioTemplateDb::TavrelDatabaseDriver(file, "*", configuration);
-    }
+    TavrelScenarioTemplateDb::TavrelDatabaseDriver driver() { return openDriver(installation, configuration); }
 };
 
 // The header of `show`; further sections of the listing go after it.

@@ -4,6 +4,11 @@
 #include "Commands.h"
 #include "Common.h"
 
+#include <TavrelScenarioTemplateDb/TavrelDatabaseDriver.h>
+#include <TavrelScenarioTemplateDb/TavrelScenario.h>
+#include <environment/Commons/System.h>
+#include <environment/SheetCfg/CfgScenario.h>
+#include <environment/lmkUtils/EnvConfig.h>
 #include <scenario/ScenarioModel.h>
 
 #include <nlohmann/json.hpp>
@@ -22,6 +27,8 @@ namespace {
 struct CheckOptions {
     std::string file;
     std::string rootModel;
+    std::string installation;
+    std::string configuration;
     bool json = false;
 };
 
@@ -40,9 +47,12 @@ struct Finding {
 struct Walk {
     const ItemRowRecord& rows;
     const tavrel::IncludesBeside& includes;
-    const std::string& file;
+    std::string file;
     std::vector<Finding> findings;
     size_t items = 0;
+    // The rows of `file` before the text read: a script of a scenario file
+    // starts where its section's text does.
+    uint32_t rowOffset = 0;
 };
 
 // The file and row of an item as the user can open them: an include read from
@@ -52,10 +62,12 @@ ItemRowRecord::Place PlaceOf(const Walk& walk, const ScenarioItem& item, const I
     ItemRowRecord::Place place;
     if (!walk.rows.Find(&item, place))
         return above;
-    if (place.file.empty())
+    if (place.file.empty() || place.file == walk.file) {
         place.file = walk.file;
-    else if (place.file != walk.file && walk.includes.Contains(place.file))
+        place.row += walk.rowOffset;
+    } else if (walk.includes.Contains(place.file)) {
         place.file = walk.includes.PathOf(place.file);
+    }
     return place;
 }
 
@@ -184,14 +196,105 @@ void RunCheck(const CheckOptions& options) {
     tavrel::exitStatus = walk.findings.empty() ? 0 : kStatusInvalid;
 }
 
+// The row of the file at which `text` starts within `content`; 0 when it
+// isn't found there.
+uint32_t RowOf(const std::string& content, const std::string& text) {
+    const size_t at = content.find(text);
+    if (at == std::string::npos)
+        return 0;
+    return static_cast<uint32_t>(std::count(content.begin(), content.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
+}
+
+// Every script of a scenario of the installation, against the root model of
+// the configuration that holds it, as a template opens them.
+void RunScenarioCheck(const CheckOptions& options) {
+    std::string configuration = options.configuration;
+    const TavrelScenarioTemplateDb::TavrelDatabaseDriver driver =
+        tavrel::openDriver(options.installation, configuration);
+    std::string file;
+    Commons::System::ExpandLocalEnvironmentVariables(driver.getScenario(options.file)->getFilePath(), file,
+                                                     Commons::System::DaemonVariableMatchingPattern, {});
+    cfg::CfgScenario sections;
+    if (!sections.load(file.c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true, true)) {
+        std::cerr << "error: " << sections.errorMessage << std::endl;
+        tavrel::exitStatus = kStatusUnreadable;
+        return;
+    }
+    // Opening the file as a template reads the configuration's root model.
+    lmkUtils::EnvConfig::setConfig(configuration, false);
+    const TavrelScenarioTemplateDb::TavrelScenario opened(&sections);
+    const std::string content = tavrel::readTextFile(file);
+
+    const ItemRowRecord rows;
+    const tavrel::IncludesBeside includes(file);
+    Walk walk{rows, includes, file, {}, 0};
+    std::vector<cfg::Section*> scripts;
+    sections.getRootSection()->getSubSections(cfg::ScenarioScript::sectionName(), scripts);
+    for (cfg::Section* section : scripts) {
+        const auto* script = dynamic_cast<const cfg::ScenarioScript*>(section);
+        // As the node tree: empty scripts and scripts of another language aren't read.
+        if (script == nullptr || script->text.empty() ||
+            (!script->scriptType.empty() && script->scriptType != "nuro"))
+            continue;
+        walk.rowOffset = RowOf(content, script->text);
+        std::unique_ptr<ScenarioItem> root;
+        std::ostringstream log;
+        {
+            const ItemRowRecord::File named(file);
+            ScenarioTextStream stream(script->text.c_str(), script->text.size() + 1);
+            ItemLoadContext context;
+            CapturedOutput captured;
+            root.reset(LoadScenarioText(stream, nullptr, &context, &log, false));
+            if (!root) {
+                tavrel::printLog(captured.Text(), true);
+                tavrel::printLog(log.str(), true);
+                std::cerr << file << ':' << walk.rowOffset + stream.line << ": error: script " << script->name
+                          << " doesn't read" << std::endl;
+                tavrel::exitStatus = kStatusUnreadable;
+                return;
+            }
+        }
+        root->UpdateDisplayTextTree();
+        Collect(walk, *root, ItemRowRecord::Place{file, 1});
+    }
+    std::stable_sort(walk.findings.begin(), walk.findings.end(), [&](const Finding& a, const Finding& b) {
+        return std::make_tuple(a.file != file, a.file, a.row) < std::make_tuple(b.file != file, b.file, b.row);
+    });
+    Print(walk, options.json);
+    tavrel::exitStatus = walk.findings.empty() ? 0 : kStatusInvalid;
+}
+
 } // namespace
 
 void tavrel::addScriptCheckCommand(CLI::App& script) {
     auto options = std::make_shared<CheckOptions>();
     CLI::App* check = script.add_subcommand("check", "List the items of a script that are invalid, by row");
-    check->add_option("FILE", options->file, "File in the scenario text format")->required();
-    check->add_option("--root-model", options->rootModel, "Root model that the script is linked against")
+    check->add_option("FILE", options->file,
+                      "File in the scenario text format, or without --root-model a scenario path relative "
+                      "to its scenario directory")
         ->required();
+    CLI::Option* model =
+        check->add_option("--root-model", options->rootModel, "Root model that the script is linked against");
+    check->add_option("--installation", options->installation,
+                      "Installation file (default: $TAVREL_CONFIG, else the sample)")
+        ->excludes(model);
+    check->add_option("--configuration", options->configuration,
+                      "Configuration whose data path holds the scenario (default: the installation's current one)")
+        ->excludes(model);
     check->add_flag("--json", options->json, "One JSON object a line instead of text");
-    check->callback([options]() { RunCheck(*options); });
+    check->callback([options]() {
+        if (!options->rootModel.empty()) {
+            RunCheck(*options);
+            return;
+        }
+        // A scenario that can't be opened (no such file, no root model) is a
+        // script that doesn't load.
+        bool failed = true;
+        tavrel::runReporting([&] {
+            RunScenarioCheck(*options);
+            failed = false;
+        });
+        if (failed)
+            tavrel::exitStatus = kStatusUnreadable;
+    });
 }
