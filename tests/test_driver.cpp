@@ -4,6 +4,7 @@
 
 #include <ScenarioTemplateDb/DatabaseDirectory.h>
 #include <ScenarioTemplateDb/Exception.h>
+#include <ScenarioTemplateDb/ScenarioNode.h>
 #include <TavrelScenarioTemplateDb/TavrelDatabaseDriver.h>
 #include <TavrelScenarioTemplateDb/TavrelScenario.h>
 
@@ -88,4 +89,44 @@ TEST_F(DriverTest, WithoutConfigurationFilterNoScenarioIsFoundByPath) {
     // The tree still lists it.
     auto directory = driver.getRootDirectory()->getDirectory(0)->getDirectory(0)->getDirectory(1);
     EXPECT_EQ(directory->getScenario(0)->getPath(), "city/street.sce");
+}
+
+// Every scenario of the sample installation, in every configuration that lists
+// it, opens through the driver with the configuration's root model, up to its
+// node tree with the scripts' nodes; the two broken on purpose fail with their
+// own messages.
+TEST(SampleInstallation, EveryScenarioOpensWithItsModel) {
+    TavrelDatabaseDriver driver(TAVREL_SAMPLE_INSTALLATION, "*", "*");
+    size_t opened = 0;
+    size_t scripts = 0;
+    std::vector<std::shared_ptr<ScenarioTemplateDb::DatabaseDirectory>> versions, configurations, directories;
+    driver.getRootDirectory()->getDirectories(versions);
+    for (const auto& version : versions) {
+        version->getDirectories(configurations);
+        for (const auto& configuration : configurations) {
+            configuration->getDirectories(directories);
+            for (const auto& directory : directories) {
+                std::vector<std::shared_ptr<ScenarioTemplateDb::Scenario>> scenarios;
+                directory->getScenarios(scenarios);
+                for (const auto& scenario : scenarios) {
+                    ScenarioTemplateDb::ScenarioNode* root = nullptr;
+                    const Caught open = capture([&] { root = scenario->getRootScenarioNode(); });
+                    const std::string path = scenario->getPath();
+                    if (path == "tractors.sce") {
+                        EXPECT_EQ(open.exception.code, 24);
+                    } else if (path == "fog/broken_script.sce") {
+                        EXPECT_EQ(open.form, "value");
+                        EXPECT_EQ(open.exception.message, "Unable to parse script cut :\n");
+                    } else {
+                        ASSERT_EQ(open.form, "nothing") << path << ": " << open.exception.message;
+                        ++opened;
+                        for (size_t i = 0; i < root->getChildNumber(); ++i)
+                            scripts += root->getChild(i)->getId().rfind("ScenarioScript[", 0) == 0;
+                    }
+                }
+            }
+        }
+    }
+    EXPECT_GT(opened, 20u);
+    EXPECT_GT(scripts, 20u);
 }
