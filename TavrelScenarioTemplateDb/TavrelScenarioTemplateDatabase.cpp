@@ -15,6 +15,7 @@
 #include <dirent.h>
 #include <map>
 #include <regex>
+#include <set>
 #include <sstream>
 #include <sys/stat.h>
 #include <unordered_set>
@@ -32,20 +33,45 @@ bool hasScenarioExtension(const char* name, size_t length) {
     return length >= 4 && std::memcmp(name + length - 4, ".sce", 4) == 0;
 }
 
-// Reads one folder: files with the scenario extension go to `visit` (relative
-// path from the walk's root), subfolders to `folders`. Entries whose type the
-// folder listing doesn't tell (links, some file systems) are looked up with stat,
-// so links are followed. Returns false if `visit` asked to stop.
+// A folder's identity on disk, the same whichever path (and links) led to it.
+using FolderId = std::pair<dev_t, ino_t>;
+
+// One folder opened for reading, with its identity taken from the open handle so
+// that it names exactly the folder whose entries are read.
+class OpenFolder {
+public:
+    explicit OpenFolder(const std::string& path) : dir(::opendir(path.c_str())) {
+        if (dir == nullptr)
+            Poco::File::handleLastError(path);
+        struct stat info;
+        if (::fstat(::dirfd(dir), &info) != 0) {
+            const int error = errno;
+            ::closedir(dir);
+            errno = error;
+            Poco::File::handleLastError(path);
+        }
+        folderId = FolderId(info.st_dev, info.st_ino);
+    }
+    ~OpenFolder() { ::closedir(dir); }
+    OpenFolder(const OpenFolder&) = delete;
+    OpenFolder& operator=(const OpenFolder&) = delete;
+
+    DIR* handle() const { return dir; }
+    const FolderId& id() const { return folderId; }
+
+private:
+    DIR* dir;
+    FolderId folderId;
+};
+
+// Reads one open folder: files with the scenario extension go to `visit`
+// (relative path from the walk's root), subfolders to `folders`. Entries whose
+// type the folder listing doesn't tell (links, some file systems) are looked up
+// with stat, so links are followed. Returns false if `visit` asked to stop.
 template <class Visit>
-bool readFolder(const std::string& absolute, const std::string& relative, Visit& visit,
-                std::vector<std::string>& folders) {
-    DIR* dir = ::opendir(absolute.c_str());
-    if (dir == nullptr)
-        Poco::File::handleLastError(absolute);
-    struct Closer {
-        DIR* dir;
-        ~Closer() { ::closedir(dir); }
-    } closer{dir};
+bool readFolder(const OpenFolder& folder, const std::string& absolute, const std::string& relative,
+                Visit& visit, std::vector<std::string>& folders) {
+    DIR* dir = folder.handle();
     while (true) {
         errno = 0;
         struct dirent* entry = ::readdir(dir);
@@ -82,29 +108,56 @@ bool readFolder(const std::string& absolute, const std::string& relative, Visit&
 // subfolders, and calls visit(relative) for each scenario file until it returns
 // false. A folder that can't be read raises the matching Poco exception.
 //
-// Deliberately a plain readdir walk that trusts the entry types: it costs one
-// system call per folder instead of one stat per entry, which keeps a listing of
+// Deliberately a plain readdir walk that trusts the entry types: it costs a few
+// system calls per folder instead of one stat per entry, which keeps a listing of
 // a large installation close to the speed of `find`.
+//
+// Links to folders are followed, except into a folder that was entered on the
+// way down from the root to the current folder (the root included): such a link
+// leads back up, and following it would list the same folders again and again
+// until the system refuses the path for too many levels of links. Only those
+// ancestors count, not every folder seen so far: a link to a sibling, or to any
+// folder outside the current branch, is a second path to real scenarios that
+// open by that path, so their files are listed under both paths, once per path.
 template <class Visit> void walkScenarioFiles(const std::string& root, Visit visit) {
-    std::vector<std::string> folders;
-    if (!readFolder(root, std::string(), visit, folders))
-        return;
     // A stack of pending folder lists keeps the order: a folder's own files, then
-    // each subfolder in turn with everything below it.
-    std::vector<std::pair<std::vector<std::string>, size_t>> pending;
-    pending.emplace_back(std::move(folders), 0);
+    // each subfolder in turn with everything below it. Each list remembers the
+    // folder it was read from; together these are the ancestors of the folders
+    // still to be read at the top of the stack.
+    struct Pending {
+        std::vector<std::string> folders;
+        size_t next;
+        FolderId parent;
+    };
+    std::vector<Pending> pending;
+    std::set<FolderId> ancestors;
+    {
+        const OpenFolder folder(root);
+        std::vector<std::string> children;
+        if (!readFolder(folder, root, std::string(), visit, children))
+            return;
+        pending.push_back(Pending{std::move(children), 0, folder.id()});
+        ancestors.insert(folder.id());
+    }
     while (!pending.empty()) {
-        auto& top = pending.back();
-        if (top.second == top.first.size()) {
+        Pending& top = pending.back();
+        if (top.next == top.folders.size()) {
+            ancestors.erase(top.parent);
             pending.pop_back();
             continue;
         }
-        const std::string relative = top.first[top.second++];
+        const std::string relative = top.folders[top.next++];
+        const std::string absolute = root + "/" + relative;
+        const OpenFolder folder(absolute);
+        if (ancestors.count(folder.id()) != 0)
+            continue;
         std::vector<std::string> children;
-        if (!readFolder(root + "/" + relative, relative, visit, children))
+        if (!readFolder(folder, absolute, relative, visit, children))
             return;
-        if (!children.empty())
-            pending.emplace_back(std::move(children), 0);
+        if (!children.empty()) {
+            pending.push_back(Pending{std::move(children), 0, folder.id()});
+            ancestors.insert(folder.id());
+        }
     }
 }
 

@@ -81,6 +81,8 @@ public:
     /// Fills `paths` (emptied first) with every file of extension "sce" under one
     /// scenario directory, a folder's files before its subfolders'. Throws code -1
     /// for a bad index, 16 if the tree can't be read (keeping what was found).
+    /// A link back up to a folder above is not followed; a link to any other
+    /// folder lists its scenarios under the link's path.
     void getScenarioPaths(const std::string& configuration, size_t directoryIndex,
                           std::vector<ScenarioPath>& paths) const;
     /// The directory of getScenarioDirectories that holds the relative `path`

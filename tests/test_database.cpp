@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <functional>
 #include <unistd.h>
+#include <utility>
 
 using ScenarioTemplateDb::Exception;
 using namespace testing_support;
@@ -242,6 +243,29 @@ TEST_F(DatabaseTest, UnreadableTreeFailsTheListingWithDirectoryAccess) {
                             "Cannot list scenarios : File not found: " + link, 16));
     // What was found before the failure stays.
     EXPECT_EQ(paths.size(), 1u);
+}
+
+// A link back up to a folder above it is not followed; a link to a folder
+// elsewhere lists that folder's scenarios again under the link's path. Both the
+// listing and the search for one path end and agree.
+TEST_F(DatabaseTest, LinksBackUpAreSkippedAndLinksAcrossAreListed) {
+    for (const char* file : {"top.sce", "a/x.sce", "a/b/y.sce"})
+        t.addScenario("one", file);
+    const std::string scenario = t.path("projects/one/data/scenario");
+    t.makeFolder("projects/one/data/scenario/s");
+    for (const auto& link : {std::make_pair("..", "/a/up"), std::make_pair("..", "/a/b/back"),
+                             std::make_pair(".", "/a/b/self"), std::make_pair("../a", "/s/toA")})
+        ASSERT_EQ(::symlink(link.first, (scenario + link.second).c_str()), 0) << link.second;
+    auto db = open("*", "A");
+
+    std::vector<std::string> relative = relativePaths(db, "A", 0);
+    std::sort(relative.begin(), relative.end());
+    EXPECT_EQ(relative,
+              (std::vector<std::string>{"a/b/y.sce", "a/x.sce", "s/toA/b/y.sce", "s/toA/x.sce", "top.sce"}));
+
+    EXPECT_EQ(db.getScenarioDirectory("s/toA/b/y.sce"), scenario);
+    EXPECT_EQ(db.getScenarioDirectory("a/up/top.sce"), "");
+    EXPECT_EQ(db.getScenarioIndex("A", 0, "a/up/a/x.sce"), 4);
 }
 
 TEST_F(DatabaseTest, CopiesKeepTheFiltersAndDirectories) {

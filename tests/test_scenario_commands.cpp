@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <unistd.h>
 
 namespace {
 
@@ -114,6 +115,23 @@ TEST(ScenarioCommands, ScriptCheckReadsEveryScriptOfAScenario) {
     EXPECT_NE(run.output.find("broken_script.sce:12: error: script cut doesn't read\n"), std::string::npos)
         << run.output;
     EXPECT_EQ(tavrel("script check none.sce").status, 2);
+}
+
+// The search for a scenario walks the whole first data path, link back up
+// included, before it finds the scenario in the second.
+TEST(ScenarioCommands, ShowFindsScenariosPastALinkBackUp) {
+    TempInstallation installation;
+    installation.addConfiguration("Main", "1.0", {"looped", "main"});
+    const std::string config = installation.writeInstallationFile("Main");
+    installation.addScenario("looped", "a/x.sce");
+    const std::string file = installation.addScenario("main", "shown.sce");
+    const std::string link = installation.path("projects/looped/data/scenario/a/up");
+    ASSERT_EQ(::symlink("..", link.c_str()), 0);
+
+    const ToolRun run = tavrel("show shown.sce --installation '" + config + "'");
+    EXPECT_EQ(run.status, 0) << run.output;
+    const std::string summary = "name: shown.sce\ndescription: \nfile: " + file + "\nnode Scenario ";
+    EXPECT_EQ(run.output.substr(0, summary.size()), summary);
 }
 
 TEST(ScenarioCommands, FetchWritesTheRawBytes) {
