@@ -59,8 +59,10 @@ std::string TempInstallation::addScenario(const std::string& projectRoot, const 
 }
 
 std::string TempInstallation::addModel(const std::string& projectRoot) const {
-    return write("projects/" + projectRoot + "/data/tools/nuro/nuro.mdl",
-                 "TYPEOF FOLDER (NURO)\r\n{\r\n\tLABEL=\"Root model\"\r\n}\r\n");
+    std::string text = "TYPEOF FOLDER (NURO)\r\n{\r\n\tLABEL=\"Root model\"\r\n";
+    for (const char* list : {"PARAMETER_LIST", "ENUMTAB_LIST", "FUNCTION_LIST", "CONDITION_LIST", "ACTION_LIST"})
+        text += std::string("\r\n\tTYPEOF FOLDER (") + list + ")\r\n\t{\r\n\t}\r\n";
+    return write("projects/" + projectRoot + "/data/tools/nuro/nuro.mdl", text + "}\r\n");
 }
 
 void TempInstallation::useForModels(const std::vector<std::string>& names) {

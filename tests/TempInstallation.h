@@ -26,7 +26,7 @@ public:
     /// Writes a placeholder scenario file under projects/<root>/data/scenario.
     std::string addScenario(const std::string& projectRoot, const std::string& relative) const;
 
-    /// Writes a root model without definitions at
+    /// Writes a root model with empty lists of definitions at
     /// projects/<root>/data/tools/nuro/nuro.mdl and returns its path.
     std::string addModel(const std::string& projectRoot) const;
     /// For templates opened by configuration name over a folder of their own:

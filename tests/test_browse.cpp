@@ -13,6 +13,11 @@ ToolRun tavrel(const std::string& arguments) {
     return runTool(TAVREL_TOOL, arguments);
 }
 
+// The standard output alone: warnings go to the error stream.
+ToolRun tavrelOut(const std::string& arguments) {
+    return runTool(TAVREL_TOOL, arguments, false);
+}
+
 // The scenarios of the first directory of the first configuration in a JSON listing.
 nlohmann::json firstScenarios(const std::string& output) {
     return nlohmann::json::parse(output)["versions"][0]["configurations"][0]["directories"][0]["scenarios"];
@@ -25,7 +30,7 @@ std::string quoted(const std::string& text) {
 } // namespace
 
 TEST(Browse, SampleInstallationAsJson) {
-    ToolRun run = tavrel("browse --json");
+    ToolRun run = tavrelOut("browse --json");
     ASSERT_EQ(run.status, 0) << run.output;
     auto tree = nlohmann::json::parse(run.output);
     EXPECT_EQ(tree["installation"], "${TAVREL_HOME}/tavrel.cfg");
@@ -124,4 +129,45 @@ TEST(Browse, NamesLoadEachScenario) {
         else
             EXPECT_EQ(scenario["name"], "good.sce");
     }
+}
+
+// What the library leaves out silently, browse warns of on the error stream;
+// doctor lists every problem of an installation with the file it concerns.
+TEST(Browse, WarnsOfSilentGapsAndDoctorNamesThem) {
+    ToolRun run = tavrel("browse");
+    EXPECT_EQ(run.output.rfind("warning: configuration Legacy has no readable version and is not listed (see "
+                               "tavrel doctor)\n",
+                               0),
+              0u)
+        << run.output;
+
+    const std::string sample = TAVREL_SOURCE_DIR "/examples/installation/";
+    run = tavrel("doctor --scenarios");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output,
+              sample + "config/Legacy/configuration.ini: configuration Legacy: no readable version (the "
+                       "configuration is left out of every listing)\n" +
+                  sample + "projects/rural/data/scenario/tractors.sce: Unable to load scenario " + sample +
+                  "projects/rural/data/scenario/tractors.sce : " + sample +
+                  "projects/rural/data/scenario/tractors.sce:5:5: Start-end tags mismatch (code 24)\n" + sample +
+                  "projects/rural/data/scenario/fog/broken_script.sce: Unable to parse script cut : (code -1)\n"
+                  "3 problem(s) in " + sample + "tavrel.cfg\n");
+
+    // An installation with every kind of problem, and one without any.
+    TempInstallation broken;
+    broken.addConfiguration("Good", "1.0", {"good"});
+    broken.addConfiguration("Bare", "1.0", {"bare", "gone"}, false);
+    broken.makeFolder("projects/bare/data/scenario");
+    broken.write("projects/bare/data/tools/nuro/nuro.mdl", "TYPEOF FOLDER (NURO)\r\n{\r\n}\r\n");
+    const std::string config = broken.writeInstallationFile();
+    run = tavrel("doctor --json --installation '" + config + "'");
+    EXPECT_EQ(run.status, 1);
+    for (const std::string& line : std::vector<std::string>{
+             "{\"file\":\"" + broken.path("config/1/configuration.ini") + "\",\"problem\":\"configuration Bare: "
+          "data path " + broken.path("projects/gone") + " doesn't exist\"}\n",
+          "the root model has no folder PARAMETER_LIST", "the root model has no folder ENUMTAB_LIST",
+          "\"problems\":6}}\n"})
+        EXPECT_NE(run.output.find(line), std::string::npos) << line << "\n" << run.output;
+    EXPECT_EQ(tavrel("doctor --installation '" + broken.path("none.cfg") + "'").output,
+              broken.path("none.cfg") + ": no installation file\n1 problem(s) in " + broken.path("none.cfg") + "\n");
 }

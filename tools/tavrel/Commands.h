@@ -16,6 +16,8 @@ void addScenarioCommands(CLI::App& app);
 void addVariadicCommands(CLI::App& app);
 /// script parse, script run, script check
 void addScriptCommands(CLI::App& app);
+/// tavrel doctor.
+void addDoctorCommand(CLI::App& app);
 /// script run, on the "script" command
 void addScriptRunCommand(CLI::App& script);
 /// script check, on the "script" command

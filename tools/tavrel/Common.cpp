@@ -42,9 +42,6 @@ std::string resolveInstallation(const std::string& given) {
     return TAVREL_SAMPLE_INSTALLATION;
 }
 
-namespace {
-
-// Runs `body` and hands a failure of any form to `onError`.
 void runCatching(const std::function<void()>& body,
                  const std::function<void(const std::string&, int)>& onError) {
     try {
@@ -58,8 +55,6 @@ void runCatching(const std::function<void()>& body,
         onError(e.what(), ScenarioTemplateDb::ExceptionCodeGeneric);
     }
 }
-
-} // namespace
 
 void runReporting(const std::function<void()>& body) {
     runCatching(body, [](const std::string& message, int code) {

@@ -26,6 +26,10 @@ std::string readTextFile(const std::string& path);
 /// bundled sample installation (beside the executable's source tree).
 std::string resolveInstallation(const std::string& given);
 
+/// Runs `body` and hands a failure of any form (an Exception by value or by
+/// pointer, a standard exception) to `onError` with its message and code.
+void runCatching(const std::function<void()>& body, const std::function<void(const std::string&, int)>& onError);
+
 /// Runs `body`; an Exception of either form (by value or by pointer) or a
 /// standard exception prints "error: MESSAGE (code N)" on stderr and makes the
 /// exit status 1.

@@ -7,6 +7,8 @@
 #include <ScenarioTemplateDb/Exception.h>
 #include <ScenarioTemplateDb/Scenario.h>
 #include <TavrelScenarioTemplateDb/TavrelDatabaseDriver.h>
+#include <environment/Commons/FileUtils.h>
+#include <environment/lmkUtils/EnvConfig.h>
 
 #include <nlohmann/json.hpp>
 
@@ -72,9 +74,28 @@ json walkConfiguration(const DatabaseDirectory& configuration, const Installatio
     return node;
 }
 
+// What the listing leaves out without a word, as the library does: said on
+// the error stream, with the command that tells more.
+void warnOfSilentGaps(const std::string& installation, const std::string& configurationFilter) {
+    if (!Commons::FileUtils::DoesFileExist(installation)) {
+        std::cerr << "warning: installation file " << installation
+                  << " not found: nothing to list (see tavrel doctor)\n";
+        return;
+    }
+    for (const std::string& name : lmkUtils::EnvConfig::getConfigurationsList()) {
+        if (configurationFilter != "*" && configurationFilter != name)
+            continue;
+        lmkUtils::EnvConfig::Version version{};
+        if (!lmkUtils::EnvConfig::getConfigVersion(lmkUtils::EnvConfig::getConfigPath(name), version))
+            std::cerr << "warning: configuration " << name
+                      << " has no readable version and is not listed (see tavrel doctor)\n";
+    }
+}
+
 json walkInstallation(const InstallationOptions& options) {
-    TavrelDatabaseDriver driver(resolveInstallation(options.installation), options.version,
-                                options.configuration);
+    const std::string installation = resolveInstallation(options.installation);
+    TavrelDatabaseDriver driver(installation, options.version, options.configuration);
+    warnOfSilentGaps(installation, options.configuration);
     std::shared_ptr<DatabaseDirectory> root = driver.getRootDirectory();
     json tree{{"installation", root->getName()}, {"uri", driver.getURI()}, {"versions", json::array()}};
     std::vector<std::shared_ptr<DatabaseDirectory>> versions;

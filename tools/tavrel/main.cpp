@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
     tavrel::addScenarioCommands(app);
     tavrel::addVariadicCommands(app);
     tavrel::addScriptCommands(app);
+    tavrel::addDoctorCommand(app);
     CLI11_PARSE(app, argc, argv);
     return tavrel::exitStatus;
 }
