@@ -258,8 +258,10 @@ void GeneralParameters::Load() {
 bool GeneralParameters::Save(const std::string& path) {
     if (!path.empty())
         SetPath(path, false);
+    // One write: an empty file created first and the entry added by a second write
+    // would leave the file empty when that second write fails.
     Commons::ConfigFile file(resolvedPath);
-    return file.create() && file.modifyEntry("description", description);
+    return file.create({{"description", description}});
 }
 
 void GeneralParameters::Init(double time) {

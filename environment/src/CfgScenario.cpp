@@ -9,10 +9,8 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <filesystem>
 #include <new>
 #include <sstream>
-#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -589,16 +587,14 @@ bool CfgScenario::save(const char* path, Commons::Encoding::Mode, bool backup) {
         writeSection(document, *root);
         std::ostringstream text;
         document.save(text, "  ", pugi::format_indent, pugi::encoding_utf8);
-        if (backup && Commons::FileUtils::DoesFileExist(target)) {
-            std::error_code code;
-            std::filesystem::copy_file(target, target + ".bak",
-                                       std::filesystem::copy_options::overwrite_existing, code);
-            if (code) {
-                errorMessage = shownPath + ": cannot write the backup: " + code.message();
-                return false;
-            }
-        }
         std::string reason;
+        // The backup is replaced as the file is, so that a failure never leaves a
+        // half-written backup of a file that is still whole.
+        if (backup && Commons::FileUtils::DoesFileExist(target) &&
+            !Commons::FileUtils::CopyFile(target, target + ".bak", &reason)) {
+            errorMessage = shownPath + ": cannot write the backup: " + reason;
+            return false;
+        }
         if (!Commons::FileUtils::ReplaceFile(target, text.str(), &reason)) {
             errorMessage = shownPath + ": " + reason;
             return false;

@@ -162,6 +162,25 @@ bool writeLines(const std::string& path, const std::vector<std::string>& lines) 
     return FileUtils::ReplaceFile(path, text);
 }
 
+// Sets the entry `key` in `lines`: replaces its first line, or adds one at the
+// end. False for a key that the reader would not find again.
+bool setEntry(std::vector<std::string>& lines, const std::string& key, const std::string& value) {
+    const std::string name = trim(key);
+    if (!isWritableKey(name))
+        return false;
+    const std::string written = writeValue(value);
+    const std::string entry = name + (written.empty() ? " =" : " = " + written);
+    std::string found, old;
+    for (std::string& line : lines) {
+        if (splitEntry(line, found, old) && found == name) {
+            line = entry;
+            return true;
+        }
+    }
+    lines.push_back(entry);
+    return true;
+}
+
 } // namespace
 
 ConfigFile::ConfigFile(const std::string& path) : path(toSlashes(path)) {}
@@ -183,28 +202,20 @@ bool ConfigFile::create() {
     return writeLines(path, {});
 }
 
+bool ConfigFile::create(const std::vector<std::pair<std::string, std::string>>& entries) {
+    std::vector<std::string> lines;
+    for (const auto& entry : entries)
+        if (!setEntry(lines, entry.first, entry.second))
+            return false;
+    return writeLines(path, lines);
+}
+
 bool ConfigFile::modifyEntry(const std::string& key, const std::string& value) {
-    const std::string name = trim(key);
-    if (!isWritableKey(name))
-        return false;
     std::vector<std::string> lines;
     // A file that is there but can't be read is not rewritten: its other entries would be lost.
     if (readLines(path, lines) == ReadResult::Failed)
         return false;
-    const std::string written = writeValue(value);
-    const std::string entry = name + (written.empty() ? " =" : " = " + written);
-    bool replaced = false;
-    std::string found, old;
-    for (std::string& line : lines) {
-        if (splitEntry(line, found, old) && found == name) {
-            line = entry;
-            replaced = true;
-            break;
-        }
-    }
-    if (!replaced)
-        lines.push_back(entry);
-    return writeLines(path, lines);
+    return setEntry(lines, key, value) && writeLines(path, lines);
 }
 
 } // namespace Commons

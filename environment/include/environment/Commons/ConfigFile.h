@@ -1,6 +1,8 @@
 #pragma once
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace Commons {
 
@@ -20,6 +22,10 @@ public:
     std::string operator[](const std::string& key) const;
     /// Creates the file, or replaces it by one without entries. False if it can't be written.
     bool create();
+    /// Creates the file, or replaces it, by one holding `entries` in their order (a
+    /// key given twice keeps the later value), in one write. False, with the file
+    /// untouched, if it can't be written or a key can't be (as for modifyEntry).
+    bool create(const std::vector<std::pair<std::string, std::string>>& entries);
     /// Sets an entry (any bytes) and writes the file. The key is taken without
     /// its outer blanks. False, with the file untouched, if it can't be written, if
     /// it exists but can't be read, or if the key couldn't be found again: empty,

@@ -31,7 +31,8 @@ public:
     bool load(const char* path, Commons::Encoding::Mode mode, Orbe::Network* network,
               ScenarioConvertion::CallBack* callBack, bool convert, bool checkParameters, bool keepScripts);
     /// Writes the whole tree to a temporary file beside `path`, then renames it
-    /// over `path`. Returns false, leaving any old file intact, on failure, and
+    /// over `path`; with `backup`, first replaces "PATH.bak" by the old file the
+    /// same way. Returns false, leaving any old file intact, on failure, and
     /// also refuses to overwrite the file whose load last failed.
     bool save(const char* path, Commons::Encoding::Mode mode, bool backup);
     /// The root section.
