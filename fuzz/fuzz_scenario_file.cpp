@@ -2,34 +2,11 @@
 // message, never crash; and whatever loads must save and load again to the
 // same file.
 #include "FuzzReplay.h"
+#include "FuzzSupport.h"
 
 #include <environment/SheetCfg/CfgScenario.h>
 
-#include <cstdlib>
-
-#include <unistd.h>
-
-namespace fs = std::filesystem;
-
 namespace {
-
-// The folder of the files of each run, removed when the process ends.
-struct WorkFolder {
-    WorkFolder() {
-        // Saving syncs to disk; a memory file system keeps the runs fast.
-        const fs::path base = fs::is_directory("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
-        std::string pattern = (base / "fuzz-scenario-XXXXXX").string();
-        if (!::mkdtemp(&pattern[0]))
-            std::abort();
-        path = pattern;
-    }
-    ~WorkFolder() {
-        std::error_code ignored;
-        fs::remove_all(path, ignored);
-    }
-    std::string file(const char* name) const { return (path / name).string(); }
-    fs::path path;
-};
 
 std::string readAll(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
@@ -43,7 +20,7 @@ bool load(cfg::CfgScenario& scenario, const std::string& path) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const WorkFolder work;
+    static const fuzz_support::WorkFolder work("fuzz-scenario");
     const std::string input = work.file("input.sce"), first = work.file("first.sce"),
                       second = work.file("second.sce");
     std::ofstream(input, std::ios::binary | std::ios::trunc)

@@ -381,24 +381,28 @@ ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoa
     if (parent != nullptr)
         parent->AddChild(item, nullptr, true);
 
+    // Whether the parent keeps the item, and so destroys it with itself.
+    auto heldByParent = [&]() {
+        if (parent == nullptr)
+            return false;
+        std::vector<ScenarioItem*> held;
+        parent->GetChildren(held);
+        return std::find(held.begin(), held.end(), item) != held.end();
+    };
     auto fail = [&]() -> ScenarioItem* {
-        if (parent != nullptr) {
-            std::vector<ScenarioItem*> held;
-            parent->GetChildren(held);
-            if (std::find(held.begin(), held.end(), item) != held.end()) {
-                // A parameter hands a removed call back to the caller instead of
-                // destroying it, and so does a scenario its evaluation and its
-                // general parameters: here the caller is the reader, which drops
-                // it. Decided before the removal, which may destroy the item.
-                const bool handedBack =
-                    dynamic_cast<Parameter*>(parent) != nullptr ||
-                    (parent->kind == ITEM_SCENARIO &&
-                     (item->kind == ITEM_EVALUATION || item->kind == ITEM_GENERAL_PARAMETERS));
-                parent->RemoveChild(item);
-                if (handedBack)
-                    delete item;
-                return nullptr;
-            }
+        if (heldByParent()) {
+            // A parameter hands a removed call back to the caller instead of
+            // destroying it, and so does a scenario its evaluation and its
+            // general parameters: here the caller is the reader, which drops
+            // it. Decided before the removal, which may destroy the item.
+            const bool handedBack =
+                dynamic_cast<Parameter*>(parent) != nullptr ||
+                (parent->kind == ITEM_SCENARIO &&
+                 (item->kind == ITEM_EVALUATION || item->kind == ITEM_GENERAL_PARAMETERS));
+            parent->RemoveChild(item);
+            if (handedBack)
+                delete item;
+            return nullptr;
         }
         delete item;
         return nullptr;
@@ -441,8 +445,9 @@ ScenarioItem* ReadItem(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoa
         }
     } catch (...) {
         // A value that doesn't convert goes up to the caller; an item that no
-        // parent holds would be lost on the way.
-        if (parent == nullptr)
+        // parent holds (the top one, or one its parent refused, such as a
+        // scenario inside a scenario) would be lost on the way.
+        if (!heldByParent())
             delete item;
         throw;
     }

@@ -40,6 +40,34 @@ std::string FailingLine(const ScenarioTextStream& stream) {
     return rest;
 }
 
+// Marks a file as being read while it lives, unless it is being read already:
+// an include whose file is among those being read includes itself, directly or
+// through others, and would be read again and again, each time deeper.
+class ReadingFile {
+public:
+    explicit ReadingFile(const std::string& file)
+        : includesItself_(std::find(Files().begin(), Files().end(), file) != Files().end()) {
+        if (!includesItself_)
+            Files().push_back(file);
+    }
+    ~ReadingFile() {
+        if (!includesItself_)
+            Files().pop_back();
+    }
+    ReadingFile(const ReadingFile&) = delete;
+    ReadingFile& operator=(const ReadingFile&) = delete;
+
+    bool IncludesItself() const { return includesItself_; }
+
+private:
+    // The files of the includes being read, outermost first.
+    static std::vector<std::string>& Files() {
+        static std::vector<std::string> files;
+        return files;
+    }
+    bool includesItself_;
+};
+
 } // namespace
 
 void RegisterIncludeRepository(IncludeRepository* repository) {
@@ -138,27 +166,37 @@ bool Include::LoadAttribute(ScenarioTextStream& stream) {
     std::unique_ptr<ScenarioItem> root;
     try {
         const std::string text = ResolveInclude(fileName);
-        ScenarioTextStream included(text.c_str(), text.size() + 1);
-        ItemLoadContext context;
-        const ItemRowRecord::File named(fileName);
-        root.reset(LoadScenarioText(included, nullptr, &context, log, false));
-        if (root)
-            Log(log, '\x01', fileName + " loaded from scenario");
-        else
-            Log(log, '\x04',
-                fileName + " - row " + std::to_string(included.line) + ":\n" + FailingLine(included));
+        const ReadingFile reading(fileName);
+        if (reading.IncludesItself()) {
+            Log(log, '\x04', fileName + " includes itself");
+        } else {
+            ScenarioTextStream included(text.c_str(), text.size() + 1);
+            ItemLoadContext context;
+            const ItemRowRecord::File named(fileName);
+            root.reset(LoadScenarioText(included, nullptr, &context, log, false));
+            if (root)
+                Log(log, '\x01', fileName + " loaded from scenario");
+            else
+                Log(log, '\x04',
+                    fileName + " - row " + std::to_string(included.line) + ":\n" + FailingLine(included));
+        }
     } catch (const std::runtime_error& error) {
         Log(log, '\x01', error.what());
         std::string path = kIncludeFolder;
         ResolveDataPath(fileName.c_str(), path);
         NormalizePath(path);
         resolvedPath = path;
-        // A file read from the disk reports on the standard output; the messages
-        // of the text around it go on where they went.
-        root.reset(LoadScenarioFile(path.c_str(), &std::cout, false));
-        scenarioLog = log;
-        if (root)
-            Log(log, '\x01', path + " loaded");
+        const ReadingFile reading(path);
+        if (reading.IncludesItself()) {
+            Log(log, '\x04', path + " includes itself");
+        } else {
+            // A file read from the disk reports on the standard output; the
+            // messages of the text around it go on where they went.
+            root.reset(LoadScenarioFile(path.c_str(), &std::cout, false));
+            scenarioLog = log;
+            if (root)
+                Log(log, '\x01', path + " loaded");
+        }
     }
     if (!root || root->kind != ITEM_INCLUDE) {
         label = "?";
