@@ -157,21 +157,6 @@ bool isTemporaryOf(const std::string& name, const std::string& file, pid_t pid) 
            name.size() == at + tail.size() + 6;
 }
 
-// As `tavrel script parse --save` writes a script: the model's text with CR LF
-// line ends, through the file writer.
-bool saveScript(ScenarioItem& item, const std::string& path) {
-    std::ostringstream text;
-    scenarioDepth = 0;
-    item.Save(text);
-    std::string crlf;
-    for (char c : text.str()) {
-        if (c == '\n')
-            crlf.push_back('\r');
-        crlf.push_back(c);
-    }
-    return Commons::FileUtils::ReplaceFile(path, crlf);
-}
-
 class AtomicSaveTest : public ::testing::Test {
 protected:
     void SetUp() override { t.useForModels({"Default"}); }
@@ -386,7 +371,7 @@ TEST_F(AtomicSaveTest, ScriptWrittenByTheModel) {
     std::unique_ptr<ScenarioItem> item(LoadScenarioFile(path.c_str(), &log, false));
     ASSERT_NE(item, nullptr) << log.str();
     item->label = "new";
-    expectAllOrNothing(Save{"script", path, old, [&] { return saveScript(*item, path); }});
+    expectAllOrNothing(Save{"script", path, old, [&] { return SaveScenarioFile(*item, path); }});
     EXPECT_NE(readFile(path).find("LABEL=\"new\"\r\n"), std::string::npos);
 }
 

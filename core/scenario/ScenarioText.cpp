@@ -6,6 +6,8 @@
 
 #include "ModelIndex.h"
 
+#include <environment/Commons/FileUtils.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -458,6 +460,19 @@ ScenarioItem* LoadScenarioText(ScenarioTextStream& stream, ScenarioItem* parent,
     scenarioLog = log;
     ModelIndex::LoadScope scope;
     return ReadItem(stream, parent, context, headerOnly);
+}
+
+bool SaveScenarioFile(ScenarioItem& item, const std::string& path) {
+    std::ostringstream text;
+    scenarioDepth = 0;
+    item.Save(text);
+    std::string crlf;
+    for (char c : text.str()) {
+        if (c == '\n')
+            crlf.push_back('\r');
+        crlf.push_back(c);
+    }
+    return Commons::FileUtils::ReplaceFile(path, crlf);
 }
 
 ScenarioItem* LoadScenarioFile(const char* path, std::ostream* log, bool headerOnly) {

@@ -148,21 +148,6 @@ void PrintTree(ScenarioItem& item, int depth, bool evaluate) {
             PrintTree(*child, depth + 1, evaluate);
 }
 
-// Writes the item with CR LF line ends, which a nameless header needs to be read
-// back; `path` is replaced only once the whole text is written.
-bool SaveItem(ScenarioItem& item, const std::string& path) {
-    std::ostringstream text;
-    scenarioDepth = 0;
-    item.Save(text);
-    std::string crlf;
-    for (char c : text.str()) {
-        if (c == '\n')
-            crlf.push_back('\r');
-        crlf.push_back(c);
-    }
-    return Commons::FileUtils::ReplaceFile(path, crlf);
-}
-
 void RunParse(const ParseOptions& options) {
     if (!options.rootModel.empty()) {
         std::ostringstream log;
@@ -189,7 +174,7 @@ void RunParse(const ParseOptions& options) {
     }
     item->UpdateDisplayTextTree();
     PrintTree(*item, 0, options.evaluate);
-    if (!options.save.empty() && !SaveItem(*item, options.save)) {
+    if (!options.save.empty() && !SaveScenarioFile(*item, options.save)) {
         std::cerr << "error: unable to write " << options.save << std::endl;
         tavrel::exitStatus = 1;
     }

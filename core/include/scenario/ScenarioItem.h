@@ -348,6 +348,10 @@ extern int32_t scenarioDepth;
 
 /// Reads one item from a file. Returns the top item, or null after a message on `log`.
 ScenarioItem* LoadScenarioFile(const char* path, std::ostream* log, bool headerOnly);
+/// Writes the item to a file in the writer's form, with CR LF line ends (which a
+/// nameless header needs to be read back). The file is replaced all or nothing:
+/// false, with the old file untouched, when it can't be written.
+bool SaveScenarioFile(ScenarioItem& item, const std::string& path);
 /// Reads one item from text in memory under `parent`. Returns it, or null.
 ScenarioItem* LoadScenarioText(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoadContext* context,
                                std::ostream* log, bool headerOnly);
