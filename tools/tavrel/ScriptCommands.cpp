@@ -3,7 +3,6 @@
 #include "Commands.h"
 #include "Common.h"
 
-#include <environment/Commons/FileUtils.h>
 #include <environment/lmkUtils/AssertAbort.h>
 #include <scenario/RuntimeTables.h>
 #include <scenario/ScenarioModel.h>
