@@ -2,15 +2,13 @@
 
 #include <ScenarioTemplateDb/ScenarioNode.h>
 #include <ScenarioTemplateDb/ScenarioParameter.h>
+#include <environment/SheetCfg/Sections.h>
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
-namespace cfg {
-class ScenarioScript;
-}
 
 namespace TavrelScenarioTemplateDb {
 
@@ -27,6 +25,12 @@ public:
     /// as the std::out_of_range of the conversion.
     ScriptNode(cfg::ScenarioScript* script, ScenarioTemplateDb::ScenarioNode* parent);
     ~ScriptNode() override;
+
+    /// Whether a script gets a node: it has text, and its language is the
+    /// model's ("nuro", which an empty scriptType means too).
+    static bool IsShown(const cfg::ScenarioScript& script) {
+        return !script.text.empty() && (script.scriptType.empty() || script.scriptType == "nuro");
+    }
 
     /// "ScenarioScript[scriptName=\"NAME\"]".
     std::string getId() const override;

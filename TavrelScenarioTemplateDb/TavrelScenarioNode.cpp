@@ -59,8 +59,7 @@ TavrelScenarioNode::TavrelScenarioNode(cfg::Section* section, ScenarioNode* pare
     section->getSubSections(cfg::ScenarioScript::sectionName(), list);
     for (cfg::Section* sub : list) {
         cfg::ScenarioScript* script = dynamic_cast<cfg::ScenarioScript*>(sub);
-        if (script == nullptr || script->text.empty() ||
-            (!script->scriptType.empty() && script->scriptType != "nuro"))
+        if (script == nullptr || !ScriptNode::IsShown(*script))
             continue;
         addChild(new ScriptNode(script, this), nullptr);
     }

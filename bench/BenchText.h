@@ -5,6 +5,11 @@
 
 #include <scenario/ScenarioModel.h>
 
+#include <Poco/File.h>
+#include <Poco/Path.h>
+
+#include <cstdlib>
+#include <fstream>
 #include <string>
 
 namespace benchtext {
@@ -38,6 +43,16 @@ private:
     std::string Tabs() const { return std::string(static_cast<size_t>(depth), '\t'); }
     int depth = 0;
 };
+
+/// Writes a file of the benchmark's data, making its folders; the program stops
+/// when it can't.
+inline void WriteFile(const std::string& path, const std::string& text) {
+    Poco::File(Poco::Path(path).parent()).createDirectories();
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << text;
+    if (!out)
+        std::abort();
+}
 
 /// The top item of `text`, or null.
 inline ScenarioItem* Read(const std::string& text) {

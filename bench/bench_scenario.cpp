@@ -33,6 +33,8 @@
 
 namespace {
 
+using benchtext::WriteFile;
+
 using benchrules::counted;
 using benchrules::Operands;
 using benchrules::OperandsOf;
@@ -97,14 +99,6 @@ std::string InlineScenarioText() {
         WriteTask(out, n + 1, n * kRulesPerInclude, kRulesPerInclude);
     out.Close();
     return out.text;
-}
-
-void WriteFile(const std::string& path, const std::string& text) {
-    Poco::File(Poco::Path(path).parent()).createDirectories();
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-    if (!out)
-        std::abort();
 }
 
 // A temporary installation of one configuration whose data path is the

@@ -12,6 +12,8 @@
 // Every open keeps its model tree by default; the benchmark frees it, untimed,
 // so that memory stays flat over the iterations.
 
+#include "BenchText.h"
+
 #include <TavrelScenarioTemplateDb/TavrelScenario.h>
 
 #include <ScenarioTemplateDb/ScenarioNode.h>
@@ -34,13 +36,7 @@
 
 namespace {
 
-void WriteFile(const std::string& path, const std::string& text) {
-    Poco::File(Poco::Path(path).parent()).createDirectories();
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-    if (!out)
-        std::abort();
-}
+using benchtext::WriteFile;
 
 std::string ReadFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);

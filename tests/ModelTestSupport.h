@@ -7,12 +7,15 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace modeltest {
@@ -90,6 +93,28 @@ inline std::string DumpTree(const ScenarioItem& item, int depth = 0) {
     for (ScenarioItem* child : children)
         out += DumpTree(*child, depth + 1);
     return out;
+}
+
+/// What a shell command gave: its exit status (-1 when it didn't exit) and its
+/// standard output.
+struct CommandRun {
+    int status = -1;
+    std::string output;
+};
+
+/// Runs `command` through the shell.
+inline CommandRun RunCommand(const std::string& command) {
+    CommandRun run;
+    FILE* pipe = ::popen(command.c_str(), "r");
+    if (pipe == nullptr)
+        return run;
+    std::array<char, 4096> buffer;
+    size_t n;
+    while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
+        run.output.append(buffer.data(), n);
+    const int status = ::pclose(pipe);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
 }
 
 inline std::string ReadAll(const std::string& path) {

@@ -3,9 +3,7 @@
 // reasons.
 #include "ModelTestSupport.h"
 
-#include <array>
 #include <cstdio>
-#include <sys/wait.h>
 #include <vector>
 
 using namespace modeltest;
@@ -145,18 +143,8 @@ protected:
     ToolRun Check(const std::string& arguments) {
         const std::string err = folder + "/stderr.txt";
         const std::string command = "'" TAVREL_TOOL "' script check " + arguments + " 2>'" + err + "'";
-        ToolRun run{-1, std::string(), std::string()};
-        FILE* pipe = ::popen(command.c_str(), "r");
-        if (pipe == nullptr)
-            return run;
-        std::array<char, 4096> buffer;
-        size_t n;
-        while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-            run.out.append(buffer.data(), n);
-        const int status = ::pclose(pipe);
-        run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        run.err = ReadAll(err);
-        return run;
+        const CommandRun run = RunCommand(command);
+        return ToolRun{run.status, run.output, ReadAll(err)};
     }
     ToolRun CheckAgainstModel(const std::string& script, const std::string& more = "") {
         return Check("'" + script + "' --root-model '" + model + "' " + more);

@@ -1,9 +1,7 @@
 // tavrel script parse, run as a user runs it.
 #include "ModelTestSupport.h"
 
-#include <array>
 #include <cstdio>
-#include <sys/wait.h>
 
 using namespace modeltest;
 
@@ -16,18 +14,8 @@ struct ToolRun {
 
 // Runs the tool with `arguments` (quoted for the shell already); stderr joins stdout.
 ToolRun Tavrel(const std::string& arguments) {
-    const std::string command = "'" TAVREL_TOOL "' " + arguments + " 2>&1";
-    ToolRun run{-1, std::string()};
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (pipe == nullptr)
-        return run;
-    std::array<char, 4096> buffer;
-    size_t n;
-    while ((n = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        run.output.append(buffer.data(), n);
-    const int status = ::pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
+    const CommandRun run = RunCommand("'" TAVREL_TOOL "' " + arguments + " 2>&1");
+    return ToolRun{run.status, run.output};
 }
 
 const std::string kSampleFolder =

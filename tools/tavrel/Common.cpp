@@ -4,6 +4,7 @@
 
 #include <TavrelScenarioTemplateDb/TavrelDatabaseDriver.h>
 #include <environment/lmkUtils/EnvConfig.h>
+#include <scenario/Function.h>
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>
@@ -116,6 +117,16 @@ TavrelScenarioTemplateDb::TavrelDatabaseDriver openDriver(const std::string& ins
         configuration = lmkUtils::EnvConfig::getCurrentConfiguration();
     }
     return TavrelScenarioTemplateDb::TavrelDatabaseDriver(file, "*", configuration);
+}
+
+const Function* rootDefinition(const Function& call) {
+    const Token* definition = &call;
+    for (int steps = 0; definition->model != definition; ++steps) {
+        if (definition->model == nullptr || steps > 1024)
+            return nullptr;
+        definition = definition->model;
+    }
+    return dynamic_cast<const Function*>(definition);
 }
 
 std::string readTextFile(const std::string& path) {

@@ -3,6 +3,8 @@
 #include <ScenarioTemplateDb/Exception.h>
 #include <scenario/Include.h>
 
+class Function;
+
 #include <nlohmann/json.hpp>
 
 #include <functional>
@@ -19,6 +21,9 @@ namespace tavrel {
 /// current configuration.
 TavrelScenarioTemplateDb::TavrelDatabaseDriver openDriver(const std::string& installation,
                                                          std::string& configuration);
+/// The definition at the end of a call's chain of models, or null when the
+/// chain breaks or doesn't end in a call.
+const Function* rootDefinition(const Function& call);
 /// The bytes of a file; empty when it can't be read.
 std::string readTextFile(const std::string& path);
 

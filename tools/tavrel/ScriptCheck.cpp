@@ -4,6 +4,7 @@
 #include "Commands.h"
 #include "Common.h"
 
+#include <TavrelScenarioTemplateDb/ScriptNode.h>
 #include <TavrelScenarioTemplateDb/TavrelDatabaseDriver.h>
 #include <TavrelScenarioTemplateDb/TavrelScenario.h>
 #include <environment/Commons/System.h>
@@ -134,6 +135,14 @@ std::unique_ptr<ScenarioItem> Load(const std::string& path) {
     return item;
 }
 
+// In the order of the text: the walked file's rows first, then each include's.
+void SortFindings(Walk& walk) {
+    std::stable_sort(walk.findings.begin(), walk.findings.end(), [&](const Finding& a, const Finding& b) {
+        return std::make_tuple(a.file != walk.file, a.file, a.row) <
+               std::make_tuple(b.file != walk.file, b.file, b.row);
+    });
+}
+
 void Print(const Walk& walk, bool json) {
     for (const Finding& finding : walk.findings) {
         if (json)
@@ -187,11 +196,7 @@ void RunCheck(const CheckOptions& options) {
 
     Walk walk{rows, includes, options.file, {}, 0};
     Collect(walk, *script, ItemRowRecord::Place{options.file, 1});
-    // In the order of the text: the script's rows first, then each include's.
-    std::stable_sort(walk.findings.begin(), walk.findings.end(), [&](const Finding& a, const Finding& b) {
-        return std::make_tuple(a.file != options.file, a.file, a.row) <
-               std::make_tuple(b.file != options.file, b.file, b.row);
-    });
+    SortFindings(walk);
     Print(walk, options.json);
     tavrel::exitStatus = walk.findings.empty() ? 0 : kStatusInvalid;
 }
@@ -232,9 +237,7 @@ void RunScenarioCheck(const CheckOptions& options) {
     sections.getRootSection()->getSubSections(cfg::ScenarioScript::sectionName(), scripts);
     for (cfg::Section* section : scripts) {
         const auto* script = dynamic_cast<const cfg::ScenarioScript*>(section);
-        // As the node tree: empty scripts and scripts of another language aren't read.
-        if (script == nullptr || script->text.empty() ||
-            (!script->scriptType.empty() && script->scriptType != "nuro"))
+        if (script == nullptr || !TavrelScenarioTemplateDb::ScriptNode::IsShown(*script))
             continue;
         walk.rowOffset = RowOf(content, script->text);
         std::unique_ptr<ScenarioItem> root;
@@ -257,9 +260,7 @@ void RunScenarioCheck(const CheckOptions& options) {
         root->UpdateDisplayTextTree();
         Collect(walk, *root, ItemRowRecord::Place{file, 1});
     }
-    std::stable_sort(walk.findings.begin(), walk.findings.end(), [&](const Finding& a, const Finding& b) {
-        return std::make_tuple(a.file != file, a.file, a.row) < std::make_tuple(b.file != file, b.file, b.row);
-    });
+    SortFindings(walk);
     Print(walk, options.json);
     tavrel::exitStatus = walk.findings.empty() ? 0 : kStatusInvalid;
 }

@@ -36,24 +36,13 @@ struct EvaluationAborted {
 constexpr const char* kMissingEntrySource = "function";
 constexpr int kMissingEntryLine = 920;
 
-// The definition at the end of the chain of models, or null when the chain
-// breaks or doesn't end in a call.
-const Function* RootDefinition(const Function& call) {
-    const Token* definition = &call;
-    for (int steps = 0; definition->model != definition; ++steps) {
-        if (definition->model == nullptr || steps > 1024)
-            return nullptr;
-        definition = definition->model;
-    }
-    return dynamic_cast<const Function*>(definition);
-}
 
 // The call whose missing run-time entry stopped the evaluation of `call`. The
 // library looks a call's own entry up before it fills the parameters, and a
 // parameter that holds a nested call evaluates that call while it is filled,
 // when its type is a number or a text; this follows the same order.
 const Function* CallWithoutEntry(const Function& call) {
-    const Function* definition = RootDefinition(call);
+    const Function* definition = tavrel::rootDefinition(call);
     if (definition == nullptr || definition->codeNumber == -1)
         return nullptr;
     if (FindFunctionEntry(definition->codeNumber) == nullptr)
@@ -116,7 +105,7 @@ std::string EvaluationText(Function& call) {
     } catch (const EvaluationAborted& aborted) {
         if (aborted.source == kMissingEntrySource && aborted.line == kMissingEntryLine) {
             const Function* culprit = CallWithoutEntry(call);
-            const Function* definition = RootDefinition(culprit != nullptr ? *culprit : call);
+            const Function* definition = tavrel::rootDefinition(culprit != nullptr ? *culprit : call);
             if (definition != nullptr)
                 return "  = no run-time entry for CODE " + std::to_string(definition->codeNumber);
         }

@@ -374,17 +374,6 @@ void InstallHostEntries(Folders& model, const HostEntries& entries) {
     install("ACTION_LIST", entries.actions, SetActionEntry);
 }
 
-// The definition at the end of the chain of models, or null when it breaks.
-const Function* RootDefinition(const Function& call) {
-    const Token* definition = &call;
-    for (int steps = 0; definition->model != definition; ++steps) {
-        if (definition->model == nullptr || steps > 1024)
-            return nullptr;
-        definition = definition->model;
-    }
-    return dynamic_cast<const Function*>(definition);
-}
-
 // Every call below `item` that would reach a CODE without entry, as a line of
 // the refusal. A function or action whose definition says CODE -1 has no
 // implementation by design and does nothing; a condition has no such escape.
@@ -394,7 +383,7 @@ void CollectMissingEntries(ScenarioItem& item, std::vector<std::string>& out) {
         const Condition* condition = dynamic_cast<const Condition*>(&item);
         const bool junction = condition != nullptr && (item.name == "AND" || item.name == "OR") &&
                               !condition->subConditions.empty();
-        const Function* definition = call != nullptr ? RootDefinition(*call) : nullptr;
+        const Function* definition = call != nullptr ? tavrel::rootDefinition(*call) : nullptr;
         if (call != nullptr && call->model != call && !junction) {
             const int32_t code = definition != nullptr ? definition->codeNumber : -1;
             bool held = true;
