@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-
 namespace TavrelScenarioTemplateDb {
 
 /// The node of a script of a scenario. The script is parsed once, here, against

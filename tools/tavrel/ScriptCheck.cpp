@@ -207,7 +207,8 @@ uint32_t RowOf(const std::string& content, const std::string& text) {
     const size_t at = content.find(text);
     if (at == std::string::npos)
         return 0;
-    return static_cast<uint32_t>(std::count(content.begin(), content.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
+    return static_cast<uint32_t>(
+        std::count(content.begin(), content.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
 }
 
 // Every script of a scenario of the installation, against the root model of
@@ -270,17 +271,21 @@ void RunScenarioCheck(const CheckOptions& options) {
 void tavrel::addScriptCheckCommand(CLI::App& script) {
     auto options = std::make_shared<CheckOptions>();
     CLI::App* check = script.add_subcommand("check", "List the items of a script that are invalid, by row");
-    check->add_option("FILE", options->file,
-                      "File in the scenario text format, or without --root-model a scenario path relative "
-                      "to its scenario directory")
+    check
+        ->add_option("FILE", options->file,
+                     "File in the scenario text format, or without --root-model a scenario path relative "
+                     "to its scenario directory")
         ->required();
     CLI::Option* model =
         check->add_option("--root-model", options->rootModel, "Root model that the script is linked against");
-    check->add_option("--installation", options->installation,
-                      "Installation file (default: $TAVREL_CONFIG, else the sample)")
+    check
+        ->add_option("--installation", options->installation,
+                     "Installation file (default: $TAVREL_CONFIG, else the sample)")
         ->excludes(model);
-    check->add_option("--configuration", options->configuration,
-                      "Configuration whose data path holds the scenario (default: the installation's current one)")
+    check
+        ->add_option(
+            "--configuration", options->configuration,
+            "Configuration whose data path holds the scenario (default: the installation's current one)")
         ->excludes(model);
     check->add_flag("--json", options->json, "One JSON object a line instead of text");
     check->callback([options]() {
