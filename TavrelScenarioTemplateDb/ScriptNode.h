@@ -55,6 +55,8 @@ public:
     size_t getParameterIndex(const ScenarioTemplateDb::ScenarioParameter* parameter) const override;
     /// The parent's node id + "/" + getId(); getId() alone without a parent.
     std::string getNodeId() const override;
+    /// The script section the node shows.
+    cfg::ScenarioScript* getScript() const { return script; }
 
 private:
     ScenarioTemplateDb::ScenarioNode* parent;
@@ -97,6 +99,8 @@ public:
     int64_t getIntegerValue() const override;
     double getRealValue() const override;
     bool getBooleanValue() const override;
+    /// The variable's number (its item name).
+    int64_t getNumber() const { return id; }
 
 private:
     int64_t id;

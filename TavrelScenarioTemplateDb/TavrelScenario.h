@@ -97,6 +97,7 @@ protected:
     static void splitId(const std::string& id, std::queue<std::string>& pieces);
 
 private:
+    friend class VariantWriter; // writes the loaded file with edits
     /// Loads the file if it isn't loaded yet.
     void ensureLoaded() const;
     /// The first stage of a load: the configuration's root model.

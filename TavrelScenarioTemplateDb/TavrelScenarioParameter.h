@@ -66,6 +66,9 @@ public:
     /// The value as the file writes it, whatever the type.
     std::string getValueText() const;
 
+    /// The parameter's position in its section (what a variant writer edits).
+    const cfg::Section::ParameterIterator& getIterator() const { return *iterator; }
+
 private:
     cfg::Section::ParameterIterator* iterator;
     ScenarioTemplateDb::ScenarioNode* parent;

@@ -478,11 +478,36 @@ bool readFile(const std::string& path, FileBytes& bytes) {
     return ok;
 }
 
-void writeSection(pugi::xml_node parent, Section& section) {
+std::string formatEdit(const WriteEdits::Value& value) {
+    std::string text;
+    if (const bool* flag = std::get_if<bool>(&value))
+        text = *flag ? "true" : "false";
+    else if (const int* integer = std::get_if<int>(&value))
+        appendNumber(text, *integer);
+    else if (const double* real = std::get_if<double>(&value))
+        appendNumber(text, *real);
+    else
+        text = std::get<std::string>(value);
+    return text;
+}
+
+// A parameter's value as written: the edit's when there is one.
+std::string valueText(const Section& section, const Section::ParameterIterator& it, const WriteEdits* edits) {
+    if (edits && !edits->values.empty()) {
+        const auto edit = edits->values.find({&section, it.getCName()});
+        if (edit != edits->values.end())
+            return formatEdit(edit->second);
+    }
+    return formatValue(it);
+}
+
+void writeSection(pugi::xml_node parent, Section& section, const WriteEdits* edits) {
+    if (edits && edits->omitted.count(&section))
+        return;
     pugi::xml_node element = parent.append_child(section.getName());
     for (auto it = section.beginParameter(); it != section.endParameter(); ++it)
         if (section.isDeclared(it))
-            element.append_attribute(it.getCName().c_str()).set_value(formatValue(it).c_str());
+            element.append_attribute(it.getCName().c_str()).set_value(valueText(section, it, edits).c_str());
     for (auto it = section.beginParameter(); it != section.endParameter(); ++it) {
         if (section.isDeclared(it))
             continue;
@@ -495,15 +520,22 @@ void writeSection(pugi::xml_node parent, Section& section) {
             parameter.append_attribute("verbose").set_value(it.getVerboseName().c_str());
         if (it.getType() == ParameterChoice && !it.getOptions().empty())
             parameter.append_attribute("options").set_value(it.getOptions().c_str());
-        const std::string value = formatValue(it);
+        const std::string value = valueText(section, it, edits);
         if (!value.empty())
             parameter.append_child(pugi::node_pcdata).set_value(value.c_str());
     }
-    if (ScenarioScript* script = scriptOf(section))
-        if (!script->text.empty())
-            element.append_child(pugi::node_cdata).set_value(script->text.c_str());
+    if (ScenarioScript* script = scriptOf(section)) {
+        const std::string* text = &script->text;
+        if (edits && !edits->scriptTexts.empty()) {
+            const auto edit = edits->scriptTexts.find(&section);
+            if (edit != edits->scriptTexts.end())
+                text = &edit->second;
+        }
+        if (!text->empty())
+            element.append_child(pugi::node_cdata).set_value(text->c_str());
+    }
     for (size_t i = 0; i < section.getSubSectionCount(); ++i)
-        writeSection(element, *section.getSubSection(i));
+        writeSection(element, *section.getSubSection(i), edits);
 }
 
 // The first section whose name can't stand as an element, or null.
@@ -570,7 +602,12 @@ bool CfgScenario::load(const char* path, Commons::Encoding::Mode, Orbe::Network*
     return false;
 }
 
-bool CfgScenario::save(const char* path, Commons::Encoding::Mode, bool backup) {
+bool CfgScenario::save(const char* path, Commons::Encoding::Mode mode, bool backup) {
+    static const WriteEdits none;
+    return save(path, mode, backup, none);
+}
+
+bool CfgScenario::save(const char* path, Commons::Encoding::Mode, bool backup, const WriteEdits& edits) {
     const std::string target = normalisedPath(path);
     const std::string shownPath = path ? path : "";
     try {
@@ -584,7 +621,8 @@ bool CfgScenario::save(const char* path, Commons::Encoding::Mode, bool backup) {
             return false;
         }
         pugi::xml_document document;
-        writeSection(document, *root);
+        const bool editing = !edits.omitted.empty() || !edits.values.empty() || !edits.scriptTexts.empty();
+        writeSection(document, *root, editing ? &edits : nullptr);
         std::ostringstream text;
         document.save(text, "  ", pugi::format_indent, pugi::encoding_utf8);
         std::string reason;

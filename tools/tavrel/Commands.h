@@ -18,6 +18,8 @@ void addVariadicCommands(CLI::App& app);
 void addScriptCommands(CLI::App& app);
 /// tavrel doctor.
 void addDoctorCommand(CLI::App& app);
+/// tavrel variants
+void addVariantsCommand(CLI::App& app);
 /// script run, on the "script" command
 void addScriptRunCommand(CLI::App& script);
 /// script check, on the "script" command

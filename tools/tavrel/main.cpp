@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
     tavrel::addVariadicCommands(app);
     tavrel::addScriptCommands(app);
     tavrel::addDoctorCommand(app);
+    tavrel::addVariantsCommand(app);
     CLI11_PARSE(app, argc, argv);
     return tavrel::exitStatus;
 }

@@ -3,8 +3,13 @@
 #include <environment/Commons/Encoding.h>
 #include <environment/SheetCfg/Sections.h>
 
+#include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <variant>
 
 namespace Orbe {
 class Network; // a road network; never given by the template database
@@ -15,6 +20,20 @@ namespace cfg {
 namespace ScenarioConvertion {
 class CallBack; // a conversion call-back; never given by the template database
 }
+
+/// Changes that a save applies to what it writes, leaving the tree as it is:
+/// sections left out (with all below them), parameter values and script texts
+/// replaced. A variant of a template is written this way, without a copy of
+/// the template's tree.
+struct WriteEdits {
+    /// Written as a file writes a parameter of the alternative's type.
+    using Value = std::variant<bool, int, double, std::string>;
+    std::unordered_set<const Section*> omitted;
+    /// By section and parameter name.
+    std::map<std::pair<const Section*, std::string>, Value> values;
+    /// By ScenarioScript section.
+    std::unordered_map<const Section*, std::string> scriptTexts;
+};
 
 /// A scenario file ("sce"): UTF-8 XML whose elements are sections.
 class CfgScenario {
@@ -35,6 +54,8 @@ public:
     /// same way. Returns false, leaving any old file intact, on failure, and
     /// also refuses to overwrite the file whose load last failed.
     bool save(const char* path, Commons::Encoding::Mode mode, bool backup);
+    /// The same, with `edits` applied to what is written.
+    bool save(const char* path, Commons::Encoding::Mode mode, bool backup, const WriteEdits& edits);
     /// The root section.
     Scenario* getRootSection() { return root.get(); }
 

@@ -64,6 +64,8 @@ public:
         lmk::Vector3& getVector() const;
         /// The options of a choice parameter ("a|b|c"); empty for other types.
         std::string& getOptions() const;
+        /// The section whose list this position is in.
+        const Section* getSection() const { return section; }
 
     private:
         friend class Section;

@@ -91,5 +91,9 @@ t_unit toTUnit(const char* text);
 double convToUnit(t_unit unit, double value);
 /// From the unit named to the stored unit system (SI).
 double convToSI(t_unit unit, double value);
+/// The quantity the unit measures ("length", "speed", ...): two units convert
+/// into each other when they measure the same one. "" for 0, 1 and values
+/// outside the table.
+const char* toQuantity(t_unit unit);
 
 } // namespace lmk
