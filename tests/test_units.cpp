@@ -29,7 +29,15 @@ TEST(Units, EveryTextNamesItsOwnUnit) {
         EXPECT_FALSE(text.empty()) << code;
         EXPECT_TRUE(seen.insert(text).second) << "duplicate text " << text;
         EXPECT_EQ(lmk::toTUnit(text.c_str()), unit) << text;
+        // Every unit but the two of "no unit" measures a quantity.
+        if (code > lmk::U_DIMENSIONLESS)
+            EXPECT_STRNE(lmk::toQuantity(unit), "") << text;
     }
+    EXPECT_STREQ(lmk::toQuantity(lmk::U_MPH), lmk::toQuantity(lmk::U_M_S));
+    EXPECT_STREQ(lmk::toQuantity(lmk::U_RPM), lmk::toQuantity(lmk::U_RAD_S));
+    EXPECT_STRNE(lmk::toQuantity(lmk::U_NM), lmk::toQuantity(lmk::U_N)); // torque isn't force
+    EXPECT_STREQ(lmk::toQuantity(lmk::U_DIMENSIONLESS), "");
+    EXPECT_STREQ(lmk::toQuantity(lmk::U_UNIT_COUNT), "");
 }
 
 TEST(Units, ConversionsToAndFromSI) {
