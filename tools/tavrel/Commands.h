@@ -20,6 +20,8 @@ void addScriptCommands(CLI::App& app);
 void addDoctorCommand(CLI::App& app);
 /// tavrel variants
 void addVariantsCommand(CLI::App& app);
+/// tavrel serve
+void addServeCommand(CLI::App& app);
 /// script run, on the "script" command
 void addScriptRunCommand(CLI::App& script);
 /// script check, on the "script" command

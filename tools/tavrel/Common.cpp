@@ -70,34 +70,36 @@ void captureError(nlohmann::ordered_json& node, const std::function<void()>& bod
     });
 }
 
-void printLog(const std::string& log, bool notes) {
+std::vector<LogMessage> splitLog(const std::string& log) {
+    std::vector<LogMessage> messages;
     std::istringstream in(log);
-    std::string message;
     std::string line;
-    char severity = 0;
-    auto flush = [&]() {
-        if (severity == 0)
-            return;
-        if (severity >= '\x03')
-            std::cerr << message << '\n';
-        else if (notes)
-            std::cout << message << '\n';
-        message.clear();
-        severity = 0;
-    };
+    bool open = false;
     while (std::getline(in, line)) {
         if (!line.empty() && line[0] >= '\x01' && line[0] <= '\x04') {
-            flush();
-            severity = line[0];
-            message = line.substr(1);
-        } else if (severity != 0) {
+            messages.push_back(LogMessage{line[0], line.substr(1)});
+            open = true;
+        } else if (open) {
             // A message may run over several lines, as the reader's error does.
-            message += "\n" + line;
-        } else if (notes) {
-            std::cout << line << '\n';
+            messages.back().text += "\n" + line;
+        } else {
+            messages.push_back(LogMessage{0, line});
         }
     }
-    flush();
+    return messages;
+}
+
+void printLog(const std::string& log, bool withNotes) {
+    printLog(log, withNotes, std::cout, std::cerr);
+}
+
+void printLog(const std::string& log, bool withNotes, std::ostream& notes, std::ostream& problems) {
+    for (const LogMessage& message : splitLog(log)) {
+        if (message.severity >= '\x03')
+            problems << message.text << '\n';
+        else if (withNotes)
+            notes << message.text << '\n';
+    }
 }
 
 std::string itemPath(const ScenarioItem* item) {

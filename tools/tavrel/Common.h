@@ -8,7 +8,9 @@ class Function;
 #include <nlohmann/json.hpp>
 
 #include <functional>
+#include <iosfwd>
 #include <string>
+#include <vector>
 
 namespace TavrelScenarioTemplateDb {
 class TavrelDatabaseDriver;
@@ -45,10 +47,23 @@ void runReporting(const std::function<void()>& body);
 /// that one bad branch of a walk doesn't end the walk.
 void captureError(nlohmann::ordered_json& node, const std::function<void()>& body);
 
+/// One message of a load log: its severity character ('\x01' information to
+/// '\x04' error; 0 for a line that stands before any message) and its text,
+/// which may run over several lines.
+struct LogMessage {
+    char severity;
+    std::string text;
+};
+
+/// The messages of a load log, in order.
+std::vector<LogMessage> splitLog(const std::string& log);
+
 /// Prints each message of a load log without its severity character: errors
-/// and warnings on the error stream, the rest on the standard output. Without
-/// `notes`, the information and progress messages are left out.
-void printLog(const std::string& log, bool notes = true);
+/// and warnings on `problems` (the error stream), the rest on `notes` (the
+/// standard output). Without `withNotes`, the information and progress
+/// messages are left out.
+void printLog(const std::string& log, bool withNotes = true);
+void printLog(const std::string& log, bool withNotes, std::ostream& notes, std::ostream& problems);
 
 /// The names of the items from the top of the tree down to `item`, joined by '/'.
 std::string itemPath(const ScenarioItem* item);

@@ -1,5 +1,6 @@
 // tavrel browse, tavrel uri: the installation seen through the driver and its
 // directory tree, as a host walks it.
+#include "Browse.h"
 #include "Commands.h"
 #include "Common.h"
 
@@ -56,18 +57,17 @@ json walkScenarios(const DatabaseDirectory& directory, bool names) {
     return scenarios;
 }
 
-json walkConfiguration(const DatabaseDirectory& configuration, const InstallationOptions& options) {
+json walkConfiguration(const DatabaseDirectory& configuration, const std::string& versionFilter, bool names) {
     json node{{"name", configuration.getName()}, {"directories", json::array()}};
     captureError(node, [&] {
         // A scenario directory is named after a root of the current configuration's
         // data path: a driver filtered on this configuration makes it current.
-        TavrelDatabaseDriver focused("", options.version, configuration.getName());
+        TavrelDatabaseDriver focused("", versionFilter, configuration.getName());
         std::vector<std::shared_ptr<DatabaseDirectory>> directories;
         configuration.getDirectories(directories);
         for (size_t index = 0; index < directories.size(); ++index) {
             json entry{{"index", index}, {"path", directories[index]->getName()}};
-            captureError(entry,
-                         [&] { entry["scenarios"] = walkScenarios(*directories[index], options.names); });
+            captureError(entry, [&] { entry["scenarios"] = walkScenarios(*directories[index], names); });
             node["directories"].push_back(std::move(entry));
         }
     });
@@ -92,10 +92,9 @@ void warnOfSilentGaps(const std::string& installation, const std::string& config
     }
 }
 
-json walkInstallation(const InstallationOptions& options) {
-    const std::string installation = resolveInstallation(options.installation);
-    TavrelDatabaseDriver driver(installation, options.version, options.configuration);
-    warnOfSilentGaps(installation, options.configuration);
+} // namespace
+
+json walkInstallation(const TavrelDatabaseDriver& driver, const std::string& versionFilter, bool names) {
     std::shared_ptr<DatabaseDirectory> root = driver.getRootDirectory();
     json tree{{"installation", root->getName()}, {"uri", driver.getURI()}, {"versions", json::array()}};
     std::vector<std::shared_ptr<DatabaseDirectory>> versions;
@@ -106,12 +105,14 @@ json walkInstallation(const InstallationOptions& options) {
             std::vector<std::shared_ptr<DatabaseDirectory>> configurations;
             version->getDirectories(configurations);
             for (const auto& configuration : configurations)
-                node["configurations"].push_back(walkConfiguration(*configuration, options));
+                node["configurations"].push_back(walkConfiguration(*configuration, versionFilter, names));
         });
         tree["versions"].push_back(std::move(node));
     }
     return tree;
 }
+
+namespace {
 
 void printError(const json& node, const std::string& indent) {
     // Messages may span lines (a load failure quotes the parser); keep them
@@ -169,7 +170,10 @@ void addInstallationCommands(CLI::App& app) {
     browse->add_flag("--names", browseOptions->names, "load each scenario and show its name");
     browse->callback([browseOptions] {
         runReporting([&] {
-            json tree = walkInstallation(*browseOptions);
+            const std::string installation = resolveInstallation(browseOptions->installation);
+            TavrelDatabaseDriver driver(installation, browseOptions->version, browseOptions->configuration);
+            warnOfSilentGaps(installation, browseOptions->configuration);
+            json tree = walkInstallation(driver, browseOptions->version, browseOptions->names);
             if (browseOptions->json)
                 std::cout << tree.dump(2) << "\n";
             else

@@ -59,12 +59,7 @@ void addShow(CLI::App& app) {
         runReporting([&] {
             auto scenario = options->driver().getScenario(options->path);
             if (options->json) {
-                nlohmann::ordered_json out{{"name", scenario->getName()},
-                                           {"description", scenario->getDescription()},
-                                           {"file", scenario->getFilePath()}};
-                out["root"] = describeNodeTree(*scenario);
-                out["variadicParameters"] = describeVariadics(*scenario);
-                std::cout << out.dump(2) << "\n";
+                std::cout << describeScenario(*scenario).dump(2) << "\n";
                 return;
             }
             printSummary(*scenario, std::cout);

@@ -50,29 +50,36 @@ const char* typeName(ScenarioTemplateDb::ParameterType type) {
     return "unknown";
 }
 
+} // namespace
+
+json describeParameter(const ScenarioParameter& parameter) {
+    json entry{{"id", parameter.getParameterId()},
+               {"type", typeName(parameter)},
+               {"unit", parameter.getParameterUnit()}};
+    captureError(entry, [&] { entry["value"] = parameter.getValueAsString(); });
+    // The interface can't read floats, vectors and choices; the file's own
+    // words tell a reader what they hold. `get` still answers the
+    // interface's error for them.
+    const auto* section = dynamic_cast<const TavrelScenarioTemplateDb::TavrelScenarioParameter*>(&parameter);
+    if (entry.contains("error") && section != nullptr) {
+        entry.erase("error");
+        entry["type"] = section->getTypeText();
+        entry["value"] = section->getValueText();
+        entry["exposed"] = false;
+    }
+    return entry;
+}
+
+namespace {
+
 json describeNode(const ScenarioNode& node) {
     json out{{"id", node.getId()}, {"nodeId", node.getNodeId()}};
     captureError(out, [&] { out["name"] = node.getName(); });
     json parameters = json::array();
     std::vector<ScenarioParameter*> list;
     node.getParameters(list);
-    for (const ScenarioParameter* parameter : list) {
-        json entry{{"id", parameter->getParameterId()},
-                   {"type", typeName(*parameter)},
-                   {"unit", parameter->getParameterUnit()}};
-        captureError(entry, [&] { entry["value"] = parameter->getValueAsString(); });
-        // The interface can't read floats, vectors and choices; the file's own
-        // words tell a reader what they hold. `get` still answers the
-        // interface's error for them.
-        const auto* section = dynamic_cast<const TavrelScenarioTemplateDb::TavrelScenarioParameter*>(parameter);
-        if (entry.contains("error") && section != nullptr) {
-            entry.erase("error");
-            entry["type"] = section->getTypeText();
-            entry["value"] = section->getValueText();
-            entry["exposed"] = false;
-        }
-        parameters.push_back(std::move(entry));
-    }
+    for (const ScenarioParameter* parameter : list)
+        parameters.push_back(describeParameter(*parameter));
     out["parameters"] = std::move(parameters);
     json children = json::array();
     // A script node has no children and refuses to list them.
@@ -174,6 +181,15 @@ json describeVariadics(const ScenarioTemplateDb::Scenario& scenario) {
     const size_t count = scenario.getVariadicParameterNumber();
     for (size_t index = 0; index < count; ++index)
         out.push_back(describeVariadic(*scenario.getVariadicParameter(index)));
+    return out;
+}
+
+json describeScenario(const ScenarioTemplateDb::Scenario& scenario) {
+    json out{{"name", scenario.getName()},
+             {"description", scenario.getDescription()},
+             {"file", scenario.getFilePath()}};
+    out["root"] = describeNodeTree(scenario);
+    out["variadicParameters"] = describeVariadics(scenario);
     return out;
 }
 

@@ -8,6 +8,7 @@
 
 namespace ScenarioTemplateDb {
 class Scenario;
+class ScenarioParameter;
 class VariadicParameter;
 } // namespace ScenarioTemplateDb
 
@@ -29,11 +30,19 @@ std::unique_ptr<TavrelScenarioTemplateDb::TavrelScenario> openScenarioFile(const
 /// (full id, type, unit, value) and children. A value that can't be shown
 /// becomes an "error" member. Throws what the tree's construction throws.
 nlohmann::ordered_json describeNodeTree(const ScenarioTemplateDb::Scenario& scenario);
+/// One parameter: full id, type, unit and value ("error" when the value can't
+/// be read; a type the interface doesn't read by its file's word, "exposed": false).
+nlohmann::ordered_json describeParameter(const ScenarioTemplateDb::ScenarioParameter& parameter);
 /// One variadic declaration: name, description, type, target id and whether it
 /// was found, unit, default, ranges or literals.
 nlohmann::ordered_json describeVariadic(const ScenarioTemplateDb::VariadicParameter& parameter);
 /// Every variadic declaration (loads the file).
 nlohmann::ordered_json describeVariadics(const ScenarioTemplateDb::Scenario& scenario);
+
+/// What `show --json` prints: name, description, file, the node tree ("root")
+/// and the variadic declarations ("variadicParameters"). Throws what loading
+/// the file throws.
+nlohmann::ordered_json describeScenario(const ScenarioTemplateDb::Scenario& scenario);
 
 /// Prints a description of describeNodeTree as an indented tree.
 void printNodeTree(const nlohmann::ordered_json& tree, std::ostream& out);

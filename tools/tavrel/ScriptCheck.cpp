@@ -3,6 +3,7 @@
 // compiler's diagnostics, so that editors and scripts can take the list up.
 #include "Commands.h"
 #include "Common.h"
+#include "Scripts.h"
 
 #include <TavrelScenarioTemplateDb/ScriptNode.h>
 #include <TavrelScenarioTemplateDb/TavrelDatabaseDriver.h>
@@ -25,6 +26,9 @@
 
 namespace {
 
+using tavrel::CheckFinding;
+using tavrel::CheckReport;
+
 struct CheckOptions {
     std::string file;
     std::string rootModel;
@@ -36,20 +40,12 @@ struct CheckOptions {
 constexpr int kStatusInvalid = 1;
 constexpr int kStatusUnreadable = 2;
 
-struct Finding {
-    std::string file;
-    uint32_t row;
-    std::string path;
-    const char* kind;
-    std::string reason;
-};
-
 // What the walk needs besides the tree.
 struct Walk {
     const ItemRowRecord& rows;
     const tavrel::IncludesBeside& includes;
     std::string file;
-    std::vector<Finding> findings;
+    std::vector<CheckFinding> findings;
     size_t items = 0;
     // The rows of `file` before the text read: a script of a scenario file
     // starts where its section's text does.
@@ -80,8 +76,8 @@ void Collect(Walk& walk, ScenarioItem& item, const ItemRowRecord::Place& above) 
     if (!item.IsValid()) {
         std::string reason = InvalidityReason(item);
         if (!reason.empty())
-            walk.findings.push_back(Finding{place.file, place.row, tavrel::itemPath(&item),
-                                            KindKeyword(item.kind), std::move(reason)});
+            walk.findings.push_back(CheckFinding{place.file, place.row, tavrel::itemPath(&item),
+                                                 KindKeyword(item.kind), std::move(reason)});
     }
     std::vector<ScenarioItem*> children;
     item.GetChildren(children);
@@ -105,9 +101,24 @@ private:
     std::streambuf* former_;
 };
 
+// What the loads of one check say, kept for the report.
+struct Messages {
+    std::ostringstream notes;
+    std::ostringstream problems;
+
+    void PrintLog(const std::string& log, bool withNotes) {
+        tavrel::printLog(log, withNotes, notes, problems);
+    }
+    CheckReport& Into(CheckReport& report) const {
+        report.notes = notes.str();
+        report.problems = problems.str();
+        return report;
+    }
+};
+
 // Reads a file; null after its messages and an error line. A value that doesn't
 // convert comes up from the reader as an exception.
-std::unique_ptr<ScenarioItem> Load(const std::string& path) {
+std::unique_ptr<ScenarioItem> Load(const std::string& path, Messages& messages) {
     std::ostringstream log;
     std::string output;
     std::unique_ptr<ScenarioItem> item;
@@ -124,81 +135,32 @@ std::unique_ptr<ScenarioItem> Load(const std::string& path) {
     // Once the file reads, what the reader noted on the way (an include that
     // didn't load) still counts; its progress notes don't.
     const bool notes = !item;
-    tavrel::printLog(output, notes);
-    tavrel::printLog(log.str(), notes);
+    messages.PrintLog(output, notes);
+    messages.PrintLog(log.str(), notes);
     if (!error.empty()) {
-        std::cerr << "error: " << error << std::endl;
+        messages.problems << "error: " << error << std::endl;
         return nullptr;
     }
     if (!item)
-        std::cerr << "error: unable to load " << path << std::endl;
+        messages.problems << "error: unable to load " << path << std::endl;
     return item;
 }
 
 // In the order of the text: the walked file's rows first, then each include's.
 void SortFindings(Walk& walk) {
-    std::stable_sort(walk.findings.begin(), walk.findings.end(), [&](const Finding& a, const Finding& b) {
-        return std::make_tuple(a.file != walk.file, a.file, a.row) <
-               std::make_tuple(b.file != walk.file, b.file, b.row);
-    });
+    std::stable_sort(walk.findings.begin(), walk.findings.end(),
+                     [&](const CheckFinding& a, const CheckFinding& b) {
+                         return std::make_tuple(a.file != walk.file, a.file, a.row) <
+                                std::make_tuple(b.file != walk.file, b.file, b.row);
+                     });
 }
 
-void Print(const Walk& walk, bool json) {
-    for (const Finding& finding : walk.findings) {
-        if (json)
-            std::cout << nlohmann::ordered_json{{"file", finding.file},
-                                                {"row", finding.row},
-                                                {"path", finding.path},
-                                                {"kind", finding.kind},
-                                                {"reason", finding.reason}}
-                             .dump()
-                      << '\n';
-        else
-            std::cout << finding.file << ':' << finding.row << ": " << finding.path << ": " << finding.reason
-                      << '\n';
-    }
-    if (json)
-        std::cout << nlohmann::ordered_json{{"summary",
-                                             {{"items", walk.items}, {"invalid", walk.findings.size()}}}}
-                         .dump()
-                  << '\n';
-    else if (walk.findings.empty())
-        std::cout << "all " << walk.items << " item(s) valid\n";
-    else
-        std::cout << walk.findings.size() << " invalid item(s) in " << walk.items << " item(s)\n";
-}
-
-void RunCheck(const CheckOptions& options) {
-    std::unique_ptr<ScenarioItem> model = Load(options.rootModel);
-    if (!model) {
-        tavrel::exitStatus = kStatusUnreadable;
-        return;
-    }
-    Folders* folders = dynamic_cast<Folders*>(model.get());
-    if (folders == nullptr) {
-        std::cerr << "error: " << options.rootModel << " is no root model" << std::endl;
-        tavrel::exitStatus = kStatusUnreadable;
-        return;
-    }
-    // Items of the script point into the model, which therefore stays.
-    scenarioRootModel = folders;
-    model.release();
-
-    // Rows are noted for the script only, not for the model.
-    const ItemRowRecord rows;
-    const tavrel::IncludesBeside includes(options.file);
-    std::unique_ptr<ScenarioItem> script = Load(options.file);
-    if (!script) {
-        tavrel::exitStatus = kStatusUnreadable;
-        return;
-    }
-    script->UpdateDisplayTextTree();
-
-    Walk walk{rows, includes, options.file, {}, 0};
-    Collect(walk, *script, ItemRowRecord::Place{options.file, 1});
+CheckReport& Finish(Walk& walk, CheckReport& report) {
     SortFindings(walk);
-    Print(walk, options.json);
-    tavrel::exitStatus = walk.findings.empty() ? 0 : kStatusInvalid;
+    report.readable = true;
+    report.items = walk.items;
+    report.findings = std::move(walk.findings);
+    return report;
 }
 
 // The row of the file at which `text` starts within `content`; 0 when it
@@ -211,20 +173,84 @@ uint32_t RowOf(const std::string& content, const std::string& text) {
         std::count(content.begin(), content.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
 }
 
+// The loads' messages, the findings and the summary, with the exit status.
+void Print(const CheckReport& report, bool json) {
+    std::cout << report.notes;
+    std::cerr << report.problems;
+    if (!report.readable) {
+        tavrel::exitStatus = kStatusUnreadable;
+        return;
+    }
+    for (const CheckFinding& finding : report.findings) {
+        if (json)
+            std::cout << tavrel::describeFinding(finding).dump() << '\n';
+        else
+            std::cout << finding.file << ':' << finding.row << ": " << finding.path << ": " << finding.reason
+                      << '\n';
+    }
+    if (json)
+        std::cout << nlohmann::ordered_json{{"summary",
+                                             {{"items", report.items}, {"invalid", report.findings.size()}}}}
+                         .dump()
+                  << '\n';
+    else if (report.findings.empty())
+        std::cout << "all " << report.items << " item(s) valid\n";
+    else
+        std::cout << report.findings.size() << " invalid item(s) in " << report.items << " item(s)\n";
+    tavrel::exitStatus = report.findings.empty() ? 0 : kStatusInvalid;
+}
+
+} // namespace
+
+nlohmann::ordered_json tavrel::describeFinding(const CheckFinding& finding) {
+    return nlohmann::ordered_json{{"file", finding.file},
+                                  {"row", finding.row},
+                                  {"path", finding.path},
+                                  {"kind", finding.kind},
+                                  {"reason", finding.reason}};
+}
+
+CheckReport tavrel::checkScriptFile(const std::string& file, const std::string& rootModel) {
+    CheckReport report;
+    Messages messages;
+    std::unique_ptr<ScenarioItem> model = Load(rootModel, messages);
+    if (!model)
+        return messages.Into(report);
+    Folders* folders = dynamic_cast<Folders*>(model.get());
+    if (folders == nullptr) {
+        messages.problems << "error: " << rootModel << " is no root model" << std::endl;
+        return messages.Into(report);
+    }
+    // Items of the script point into the model, which therefore stays.
+    scenarioRootModel = folders;
+    model.release();
+
+    // Rows are noted for the script only, not for the model.
+    const ItemRowRecord rows;
+    const tavrel::IncludesBeside includes(file);
+    std::unique_ptr<ScenarioItem> script = Load(file, messages);
+    if (!script)
+        return messages.Into(report);
+    script->UpdateDisplayTextTree();
+
+    Walk walk{rows, includes, file, {}, 0};
+    Collect(walk, *script, ItemRowRecord::Place{file, 1});
+    return messages.Into(Finish(walk, report));
+}
+
 // Every script of a scenario of the installation, against the root model of
 // the configuration that holds it, as a template opens them.
-void RunScenarioCheck(const CheckOptions& options) {
-    std::string configuration = options.configuration;
-    const TavrelScenarioTemplateDb::TavrelDatabaseDriver driver =
-        tavrel::openDriver(options.installation, configuration);
+CheckReport tavrel::checkScenarioScripts(const TavrelScenarioTemplateDb::TavrelDatabaseDriver& driver,
+                                         const std::string& path, const std::string& configuration) {
+    CheckReport report;
+    Messages messages;
     std::string file;
-    Commons::System::ExpandLocalEnvironmentVariables(driver.getScenario(options.file)->getFilePath(), file,
+    Commons::System::ExpandLocalEnvironmentVariables(driver.getScenario(path)->getFilePath(), file,
                                                      Commons::System::DaemonVariableMatchingPattern, {});
     cfg::CfgScenario sections;
     if (!sections.load(file.c_str(), Commons::Encoding::Utf8, nullptr, nullptr, false, true, true)) {
-        std::cerr << "error: " << sections.errorMessage << std::endl;
-        tavrel::exitStatus = kStatusUnreadable;
-        return;
+        messages.problems << "error: " << sections.errorMessage << std::endl;
+        return messages.Into(report);
     }
     // Opening the file as a template reads the configuration's root model.
     lmkUtils::EnvConfig::setConfig(configuration, false);
@@ -250,23 +276,18 @@ void RunScenarioCheck(const CheckOptions& options) {
             CapturedOutput captured;
             root.reset(LoadScenarioText(stream, nullptr, &context, &log, false));
             if (!root) {
-                tavrel::printLog(captured.Text(), true);
-                tavrel::printLog(log.str(), true);
-                std::cerr << file << ':' << walk.rowOffset + stream.line << ": error: script " << script->name
-                          << " doesn't read" << std::endl;
-                tavrel::exitStatus = kStatusUnreadable;
-                return;
+                messages.PrintLog(captured.Text(), true);
+                messages.PrintLog(log.str(), true);
+                messages.problems << file << ':' << walk.rowOffset + stream.line << ": error: script "
+                                  << script->name << " doesn't read" << std::endl;
+                return messages.Into(report);
             }
         }
         root->UpdateDisplayTextTree();
         Collect(walk, *root, ItemRowRecord::Place{file, 1});
     }
-    SortFindings(walk);
-    Print(walk, options.json);
-    tavrel::exitStatus = walk.findings.empty() ? 0 : kStatusInvalid;
+    return messages.Into(Finish(walk, report));
 }
-
-} // namespace
 
 void tavrel::addScriptCheckCommand(CLI::App& script) {
     auto options = std::make_shared<CheckOptions>();
@@ -290,14 +311,17 @@ void tavrel::addScriptCheckCommand(CLI::App& script) {
     check->add_flag("--json", options->json, "One JSON object a line instead of text");
     check->callback([options]() {
         if (!options->rootModel.empty()) {
-            RunCheck(*options);
+            Print(tavrel::checkScriptFile(options->file, options->rootModel), options->json);
             return;
         }
         // A scenario that can't be opened (no such file, no root model) is a
         // script that doesn't load.
         bool failed = true;
         tavrel::runReporting([&] {
-            RunScenarioCheck(*options);
+            std::string configuration = options->configuration;
+            const TavrelScenarioTemplateDb::TavrelDatabaseDriver driver =
+                tavrel::openDriver(options->installation, configuration);
+            Print(tavrel::checkScenarioScripts(driver, options->file, configuration), options->json);
             failed = false;
         });
         if (failed)

@@ -2,6 +2,7 @@
 // tree with display texts, evaluates its calls and writes it back on request.
 #include "Commands.h"
 #include "Common.h"
+#include "Scripts.h"
 
 #include <environment/lmkUtils/AssertAbort.h>
 #include <scenario/RuntimeTables.h>
@@ -35,7 +36,6 @@ struct EvaluationAborted {
 // The library's source and line for a CODE that has no run-time entry.
 constexpr const char* kMissingEntrySource = "function";
 constexpr int kMissingEntryLine = 920;
-
 
 // The call whose missing run-time entry stopped the evaluation of `call`. The
 // library looks a call's own entry up before it fills the parameters, and a
@@ -86,31 +86,53 @@ private:
     int saved_ = -1;
 };
 
-// "  = VALUE" with the call's result, or what stopped it: the default table has
-// entries for CODE 0 only (and -1 means no implementation), so a model's other
-// CODEs reach the library's assertion, which is turned into a line here.
-std::string EvaluationText(Function& call) {
+} // namespace
+
+// The default table has entries for CODE 0 only (and -1 means no
+// implementation), so a model's other CODEs reach the library's assertion,
+// which is turned into a problem here.
+tavrel::CallEvaluation tavrel::evaluateCall(Function& call) {
     struct Trap {
         AssertAbortHandler former = SetAssertAbortHandler([](const char* source, int line) {
             throw EvaluationAborted{source ? source : "?", line};
         });
         ~Trap() { SetAssertAbortHandler(former); }
     };
-    char text[64];
     try {
         Trap trap;
         QuietStandardError quiet;
-        std::snprintf(text, sizeof(text), "%g", static_cast<double>(call.Evaluate()));
-        return std::string("  = ") + text;
+        return CallEvaluation{true, call.Evaluate(), std::string()};
     } catch (const EvaluationAborted& aborted) {
         if (aborted.source == kMissingEntrySource && aborted.line == kMissingEntryLine) {
             const Function* culprit = CallWithoutEntry(call);
             const Function* definition = tavrel::rootDefinition(culprit != nullptr ? *culprit : call);
             if (definition != nullptr)
-                return "  = no run-time entry for CODE " + std::to_string(definition->codeNumber);
+                return CallEvaluation{false, 0.0f,
+                                      "no run-time entry for CODE " + std::to_string(definition->codeNumber)};
         }
-        return "  = internal assertion failed at " + aborted.source + ":" + std::to_string(aborted.line);
+        return CallEvaluation{false, 0.0f,
+                              "internal assertion failed at " + aborted.source + ":" +
+                                  std::to_string(aborted.line)};
     }
+}
+
+bool tavrel::isEvaluableCall(const ScenarioItem& item) {
+    if (item.kind != ITEM_FUNCTION)
+        return false;
+    const Function* call = dynamic_cast<const Function*>(&item);
+    return call != nullptr && call->model != call;
+}
+
+namespace {
+
+// "  = VALUE" with the call's result, or what stopped it.
+std::string EvaluationText(Function& call) {
+    const tavrel::CallEvaluation evaluation = tavrel::evaluateCall(call);
+    if (!evaluation.done)
+        return "  = " + evaluation.problem;
+    char text[64];
+    std::snprintf(text, sizeof(text), "%g", static_cast<double>(evaluation.value));
+    return std::string("  = ") + text;
 }
 
 // One item a line: keyword, name, label, then the display text where it tells
@@ -123,11 +145,8 @@ void PrintTree(ScenarioItem& item, int depth, bool evaluate) {
               << item.name << ") \"" << item.label << "\"";
     if (!item.displayText.empty() && item.displayText != item.label)
         std::cout << "  | " << item.displayText;
-    if (evaluate && item.kind == ITEM_FUNCTION) {
-        Function* call = dynamic_cast<Function*>(&item);
-        if (call != nullptr && call->model != call)
-            std::cout << EvaluationText(*call);
-    }
+    if (evaluate && tavrel::isEvaluableCall(item))
+        std::cout << EvaluationText(dynamic_cast<Function&>(item));
     std::cout << '\n';
     std::vector<ScenarioItem*> children;
     item.GetChildren(children);

@@ -3,6 +3,7 @@
 // what the rules and tasks report while it runs.
 #include "Commands.h"
 #include "Common.h"
+#include "Scripts.h"
 
 #include <scenario/RuntimeTables.h>
 #include <scenario/ScenarioModel.h>
@@ -24,12 +25,10 @@
 
 namespace {
 
-struct RunOptions {
-    std::string file;
-    std::string rootModel;
-    std::string signals;
-    double step = 0.1;
-    double until = -1.0;
+using tavrel::RunEvent;
+using tavrel::RunRefused;
+
+struct RunCommandOptions : tavrel::RunOptions {
     bool json = false;
 };
 
@@ -172,10 +171,10 @@ std::string NumberText(double value) {
     return text;
 }
 
-// Prints one line per event, as text or as one JSON object a line.
-class EventPrinter : public ScenarioItemObserver {
+// Hands each event of the run on as it happens.
+class EventRecorder : public ScenarioItemObserver {
 public:
-    explicit EventPrinter(bool json) : json_(json) {}
+    explicit EventRecorder(const std::function<void(const RunEvent&)>& onEvent) : onEvent_(onEvent) {}
 
     double time = 0.0;
 
@@ -184,38 +183,22 @@ public:
         const Task* owner = OwnerWithStates(item);
         const int32_t state = owner != nullptr ? owner->currentState : -1;
         const char* meaning = event == 0 ? "holds" : event == 1 ? "fails" : event == 2 ? "starts" : "event";
-        if (json_) {
-            nlohmann::ordered_json line{{"time", RoundedTime(time)},
-                                        {"path", itemPath(item)},
-                                        {"event", event},
-                                        {"meaning", meaning},
-                                        {"state", state}};
-            std::cout << line.dump() << '\n';
-        } else {
-            std::cout << TimeText(time) << "  " << itemPath(item) << "  event " << event << " (" << meaning
-                      << ")  state " << state << '\n';
-        }
+        onEvent_(RunEvent{time, itemPath(item), false, event, meaning, state, std::string()});
     }
 
     void Message(const ScenarioItem* where, const std::string& text) {
-        if (json_) {
-            nlohmann::ordered_json line{
-                {"time", RoundedTime(time)}, {"path", itemPath(where)}, {"message", text}};
-            std::cout << line.dump() << '\n';
-        } else {
-            std::cout << TimeText(time) << "  " << itemPath(where) << "  message \"" << text << "\"\n";
-        }
+        onEvent_(RunEvent{time, itemPath(where), true, 0, nullptr, -1, text});
     }
 
 private:
-    bool json_;
+    const std::function<void(const RunEvent&)>& onEvent_;
 };
 
 // What the host entries see of the run.
 struct Host {
     const SignalTrace* trace = nullptr;
     ScenarioLib::Scenario* scenario = nullptr;
-    EventPrinter* printer = nullptr;
+    EventRecorder* printer = nullptr;
     double time = 0.0;
 
     double Signal(const std::string& name) const { return trace != nullptr ? trace->Value(name, time) : 0.0; }
@@ -463,7 +446,7 @@ bool EveryLevelEnded(const ScenarioLib::Scenario& scenario) {
     return any;
 }
 
-void PrintSummary(ScenarioLib::Scenario& scenario, int steps, double lastTime, bool json) {
+tavrel::RunSummary Summarize(ScenarioLib::Scenario& scenario, int steps, double lastTime) {
     std::vector<Task*> tasks;
     CollectTasks(scenario, tasks);
     nlohmann::ordered_json summary{{"steps", steps}, {"time", RoundedTime(lastTime)}};
@@ -522,15 +505,12 @@ void PrintSummary(ScenarioLib::Scenario& scenario, int steps, double lastTime, b
     summary["variables"] = variableList;
     summary["criteria"] = criteriaList;
     summary["scores"] = scores;
-    if (json)
-        std::cout << nlohmann::ordered_json{{"summary", summary}}.dump() << '\n';
-    else
-        std::cout << text.str();
+    return tavrel::RunSummary{summary, text.str()};
 }
 
-// Errors and warnings of a load log on the error stream, without their
-// severity character; the loader's progress notes are left out.
-void PrintProblems(const std::string& log) {
+// Errors and warnings of a load log, without their severity character; the
+// loader's progress notes are left out.
+void PrintProblems(const std::string& log, std::ostream& problems) {
     std::istringstream in(log);
     std::string line;
     bool shown = false;
@@ -540,51 +520,68 @@ void PrintProblems(const std::string& log) {
             line.erase(0, 1);
         }
         if (shown)
-            std::cerr << line << '\n';
+            problems << line << '\n';
     }
 }
 
-void Fail(const std::string& message) {
-    std::cerr << "error: " << message << std::endl;
-    tavrel::exitStatus = 1;
+// What a run changes in the model's globals, put back however it ends: the
+// tables (whose entries point at the run's host) and the log stream (the
+// run's own).
+struct RunScope {
+    std::ostream* const formerLog = scenarioLog;
+    ~RunScope() {
+        ResetRuntimeTables();
+        scenarioLog = formerLog;
+    }
+};
+
+} // namespace
+
+nlohmann::ordered_json tavrel::describeEvent(const RunEvent& event) {
+    if (event.isMessage)
+        return nlohmann::ordered_json{
+            {"time", RoundedTime(event.time)}, {"path", event.path}, {"message", event.message}};
+    return nlohmann::ordered_json{{"time", RoundedTime(event.time)},
+                                  {"path", event.path},
+                                  {"event", event.event},
+                                  {"meaning", event.meaning},
+                                  {"state", event.state}};
 }
 
-void RunScript(const RunOptions& options) {
-    if (!(options.step > 0.0)) {
-        Fail("--step must be above 0");
-        return;
-    }
-    if (options.signals.empty() && options.until < 0.0) {
-        Fail("give --signals or --until: the run needs an end");
-        return;
-    }
+tavrel::RunSummary tavrel::runScript(const RunOptions& options,
+                                     const std::function<void(const RunEvent&)>& onEvent,
+                                     std::ostream& problems) {
+    if (!(options.step > 0.0))
+        throw RunRefused{"--step must be above 0", {}};
+    if (options.signals.empty() && options.until < 0.0)
+        throw RunRefused{"give --signals or --until: the run needs an end", {}};
+    // The model's own messages while it runs (task starts and the like) are
+    // kept aside; only its problems are shown. The log outlives the tree,
+    // which may still write to it as it goes.
+    std::ostringstream runLog;
+    const RunScope scope;
 
     std::ostringstream modelLog;
     ScenarioItem* loadedModel = LoadScenarioFile(options.rootModel.c_str(), &modelLog, false);
-    PrintProblems(modelLog.str());
+    PrintProblems(modelLog.str(), problems);
     Folders* model = dynamic_cast<Folders*>(loadedModel);
     if (model == nullptr) {
         delete loadedModel;
-        Fail(options.rootModel + " is no root model");
-        return;
+        throw RunRefused{options.rootModel + " is no root model", {}};
     }
     // The script's calls point into the model, which therefore stays.
     scenarioRootModel = model;
 
     SignalTrace trace;
     std::string error;
-    if (!options.signals.empty() && !trace.Load(options.signals, error)) {
-        Fail(error);
-        return;
-    }
+    if (!options.signals.empty() && !trace.Load(options.signals, error))
+        throw RunRefused{error, {}};
 
     std::ifstream in(options.file, std::ios::binary);
-    if (!in) {
-        Fail("unable to read " + options.file);
-        return;
-    }
+    if (!in)
+        throw RunRefused{"unable to read " + options.file, {}};
     const std::string content((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    EventPrinter printer(options.json);
+    EventRecorder printer(onEvent);
     std::ostringstream log;
     ScenarioTextStream stream(content.c_str(), content.size() + 1);
     ItemLoadContext context;
@@ -592,16 +589,13 @@ void RunScript(const RunOptions& options) {
     context.second = static_cast<ScenarioItemObserver*>(&printer);
     const tavrel::IncludesBeside includes(options.file);
     std::unique_ptr<ScenarioItem> item(LoadScenarioText(stream, nullptr, &context, &log, false));
-    PrintProblems(log.str());
-    if (!item) {
-        Fail(options.file + ": unreadable at row " + std::to_string(stream.line));
-        return;
-    }
+    PrintProblems(log.str(), problems);
+    if (!item)
+        throw RunRefused{options.file + ": unreadable at row " + std::to_string(stream.line), {}};
     ScenarioLib::Scenario* scenario = dynamic_cast<ScenarioLib::Scenario*>(item.get());
-    if (scenario == nullptr) {
-        Fail(options.file + ": the top item is a " + KindKeyword(item->kind) + ", not a SCENARIO");
-        return;
-    }
+    if (scenario == nullptr)
+        throw RunRefused{options.file + ": the top item is a " + KindKeyword(item->kind) + ", not a SCENARIO",
+                         {}};
 
     // The general parameters live in the parameters file beside the script,
     // which is where this host keeps it.
@@ -617,21 +611,20 @@ void RunScript(const RunOptions& options) {
     std::vector<std::string> missing;
     CollectMissingEntries(*scenario, missing);
     if (!missing.empty()) {
+        RunRefused refused{
+            options.file + ": " + std::to_string(missing.size()) + " call(s) without run-time entry", {}};
         for (const std::string& line : missing)
-            std::cerr << "no run-time entry for " << line << '\n';
-        Fail(options.file + ": " + std::to_string(missing.size()) + " call(s) without run-time entry");
-        ResetRuntimeTables();
-        return;
+            refused.details.push_back("no run-time entry for " + line);
+        throw refused;
     }
     if (host.trace != nullptr) {
         std::vector<std::string> signals;
         CollectMissingSignals(*scenario, entries, trace, signals);
         if (!signals.empty()) {
+            RunRefused refused{options.signals + ": the trace lacks signals the script reads", {}};
             for (const std::string& line : signals)
-                std::cerr << "missing signal " << line << '\n';
-            Fail(options.signals + ": the trace lacks signals the script reads");
-            ResetRuntimeTables();
-            return;
+                refused.details.push_back("missing signal " + line);
+            throw refused;
         }
     }
 
@@ -648,9 +641,6 @@ void RunScript(const RunOptions& options) {
     const size_t slash = folder.find_last_of('/');
     folder = slash == std::string::npos ? std::string(".") : folder.substr(0, slash);
 
-    // The model's own messages while it runs (task starts and the like) are
-    // kept aside; only its problems are shown.
-    std::ostringstream runLog;
     scenarioLog = &runLog;
     scenario->Init(folder, 0.0);
     int steps = 0;
@@ -667,17 +657,46 @@ void RunScript(const RunOptions& options) {
         if (scenario->stopped != 0 || EveryLevelEnded(*scenario))
             break;
     }
-    PrintProblems(runLog.str());
-    PrintSummary(*scenario, steps, time, options.json);
+    PrintProblems(runLog.str(), problems);
+    RunSummary summary = Summarize(*scenario, steps, time);
     for (Task* task : tasks)
         task->RemoveObserver(&printer);
-    ResetRuntimeTables();
+    return summary;
+}
+
+namespace {
+
+void PrintEvent(const RunEvent& event, bool json) {
+    if (json) {
+        std::cout << tavrel::describeEvent(event).dump() << '\n';
+    } else if (event.isMessage) {
+        std::cout << TimeText(event.time) << "  " << event.path << "  message \"" << event.message << "\"\n";
+    } else {
+        std::cout << TimeText(event.time) << "  " << event.path << "  event " << event.event << " ("
+                  << event.meaning << ")  state " << event.state << '\n';
+    }
+}
+
+void RunScript(const RunCommandOptions& options) {
+    try {
+        const tavrel::RunSummary summary = tavrel::runScript(
+            options, [&options](const RunEvent& event) { PrintEvent(event, options.json); }, std::cerr);
+        if (options.json)
+            std::cout << nlohmann::ordered_json{{"summary", summary.json}}.dump() << '\n';
+        else
+            std::cout << summary.text;
+    } catch (const RunRefused& refused) {
+        for (const std::string& line : refused.details)
+            std::cerr << line << '\n';
+        std::cerr << "error: " << refused.message << std::endl;
+        tavrel::exitStatus = 1;
+    }
 }
 
 } // namespace
 
 void tavrel::addScriptRunCommand(CLI::App& script) {
-    auto options = std::make_shared<RunOptions>();
+    auto options = std::make_shared<RunCommandOptions>();
     CLI::App* run = script.add_subcommand("run", "Run a scenario script against a signal trace");
     run->add_option("FILE", options->file, "Scenario script (its top item a SCENARIO)")->required();
     run->add_option("--root-model", options->rootModel, "Root model that the script is linked against")

@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "Common.h"
 #include "ScenarioContent.h"
+#include "VariadicEdit.h"
 
 #include <ScenarioTemplateDb/Exception.h>
 #include <ScenarioTemplateDb/ScenarioParameter.h>
@@ -71,17 +72,6 @@ std::unique_ptr<TavrelScenario> open(const FileOptions& options) {
     return openScenarioFile(options.file, configuration);
 }
 
-struct AddOptions {
-    std::string name;
-    std::string description;
-    std::string target;
-    std::string unit;
-    std::string type;
-    std::string defaultValue;
-    std::vector<std::string> ranges;
-    std::vector<std::string> literals;
-};
-
 template <class T> T parse(const std::string& text, const std::string& what) {
     try {
         return boost::lexical_cast<T>(text);
@@ -112,8 +102,10 @@ template <class T> std::vector<std::pair<T, T>> parseRanges(const std::vector<st
     return ranges;
 }
 
+} // namespace
+
 // Everything is checked before the file is touched, so that bad input changes nothing.
-void addVariadic(TavrelScenario& scenario, const AddOptions& options) {
+void addVariadic(TavrelScenario& scenario, const VariadicDeclaration& options) {
     ScenarioTemplateDb::ScenarioParameter* target = scenario.getParameterFromId(options.target);
     if (!target)
         throw Exception("Invalid parameter id: " + options.target, ExceptionCodeGeneric);
@@ -177,7 +169,17 @@ void addVariadic(TavrelScenario& scenario, const AddOptions& options) {
     }
 }
 
-} // namespace
+void removeVariadic(TavrelScenario& scenario, size_t index) {
+    // The template ignores a bad index; here it is worth telling.
+    if (index >= scenario.getVariadicParameterNumber())
+        throw Exception("Invalid variadic parameter index", ScenarioTemplateDb::ExceptionCodeInvalidIndex);
+    scenario.removeVariadicParameter(index);
+}
+
+void clearVariadics(TavrelScenario& scenario) {
+    scenario.getVariadicParameterNumber(); // clearing acts on a loaded file only
+    scenario.clear();
+}
 
 void addVariadicCommands(CLI::App& app) {
     auto getOptions = std::make_shared<FileOptions>();
@@ -218,7 +220,7 @@ void addVariadicCommands(CLI::App& app) {
         });
     });
 
-    auto add = std::make_shared<AddOptions>();
+    auto add = std::make_shared<VariadicDeclaration>();
     CLI::App* addCommand =
         variadic->add_subcommand("add", "declare a new variadic parameter and save the file");
     addCommand->add_option("--name", add->name, "display name")->required();
@@ -244,11 +246,7 @@ void addVariadicCommands(CLI::App& app) {
     remove->callback([fileOptions, index] {
         runReporting([&] {
             std::unique_ptr<TavrelScenario> scenario = open(*fileOptions);
-            // The template ignores a bad index; here it is worth telling.
-            if (*index >= scenario->getVariadicParameterNumber())
-                throw Exception("Invalid variadic parameter index",
-                                ScenarioTemplateDb::ExceptionCodeInvalidIndex);
-            scenario->removeVariadicParameter(*index);
+            removeVariadic(*scenario, *index);
             scenario->save();
         });
     });
@@ -258,8 +256,7 @@ void addVariadicCommands(CLI::App& app) {
     clear->callback([fileOptions] {
         runReporting([&] {
             std::unique_ptr<TavrelScenario> scenario = open(*fileOptions);
-            scenario->getVariadicParameterNumber(); // clearing acts on a loaded file only
-            scenario->clear();
+            clearVariadics(*scenario);
             scenario->save();
         });
     });

@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
     tavrel::addScriptCommands(app);
     tavrel::addDoctorCommand(app);
     tavrel::addVariantsCommand(app);
+    tavrel::addServeCommand(app);
     CLI11_PARSE(app, argc, argv);
     return tavrel::exitStatus;
 }

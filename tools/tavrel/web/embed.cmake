@@ -1,0 +1,15 @@
+# Writes OUTPUT, a C++ source holding the files of SOURCE (this folder) as raw
+# string literals, for WebAssets.h. Run by the build whenever one of them changes.
+set(text "// Generated from tools/tavrel/web by embed.cmake: edit the files there.\n#include \"WebAssets.h\"\n\nnamespace tavrel::web {\n\n")
+foreach(pair "kIndex;index.html" "kScript;app.js" "kStyle;style.css")
+  list(GET pair 0 name)
+  list(GET pair 1 file)
+  file(READ "${SOURCE}/${file}" content)
+  string(FIND "${content}" ")tavrelweb\"" clash)
+  if(NOT clash EQUAL -1)
+    message(FATAL_ERROR "${file} holds the raw string's delimiter")
+  endif()
+  string(APPEND text "const char* const ${name} = R\"tavrelweb(${content})tavrelweb\";\n\n")
+endforeach()
+string(APPEND text "} // namespace tavrel::web\n")
+file(WRITE "${OUTPUT}" "${text}")
