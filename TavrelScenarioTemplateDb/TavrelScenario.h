@@ -10,7 +10,8 @@
 
 namespace cfg {
 class CfgScenario;
-}
+class Section;
+} // namespace cfg
 
 namespace ScenarioTemplateDb {
 class ScenarioNode;
@@ -104,6 +105,8 @@ private:
     void readRootModel() const;
     /// The last stage of a load: one variadic parameter per variadic section.
     void readVariadicSections() const;
+    /// Drops the nodes of these sub-sections of the root from the node tree, if built.
+    void forgetNodesOf(const std::vector<cfg::Section*>& sections) const;
 
     std::string path;
     std::string directory;

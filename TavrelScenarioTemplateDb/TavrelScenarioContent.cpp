@@ -139,7 +139,18 @@ void TavrelScenario::removeVariadicParameter(size_t index) {
         return;
     cfg::VariadicParameter* section = variadicParameters[index]->getSection();
     variadicParameters.erase(variadicParameters.begin() + index);
+    forgetNodesOf({section});
     cfgScenario->getRootSection()->removeSubSection(section);
+}
+
+void TavrelScenario::forgetNodesOf(const std::vector<cfg::Section*>& sections) const {
+    // The node tree, once built, views the root's sub-sections: the nodes of
+    // removed sections go first, so that no node reads a destroyed section.
+    auto* root = dynamic_cast<TavrelScenarioNode*>(rootScenarioNode.get());
+    if (root == nullptr)
+        return;
+    for (const cfg::Section* section : sections)
+        root->forgetSubSection(section);
 }
 
 void TavrelScenario::clear() {
@@ -148,6 +159,9 @@ void TavrelScenario::clear() {
     cfg::Scenario* root = cfgScenario->getRootSection();
     root->description.clear();
     variadicParameters.clear();
+    std::vector<cfg::Section*> sections;
+    root->getSubSections(cfg::VariadicParameter::sectionName(), sections);
+    forgetNodesOf(sections);
     root->removeSubSections(cfg::VariadicParameter::sectionName());
 }
 

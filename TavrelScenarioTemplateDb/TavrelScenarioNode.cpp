@@ -195,4 +195,13 @@ std::string TavrelScenarioNode::getNodeId() const {
     return parent ? parent->getNodeId() + "/" + getId() : "/sce/" + getId();
 }
 
+void TavrelScenarioNode::forgetSubSection(const cfg::Section* subSection) {
+    for (size_t i = 0; i < children.size(); ++i)
+        if (childViews[i] != nullptr && childViews[i]->section == subSection) {
+            children.erase(children.begin() + static_cast<std::ptrdiff_t>(i));
+            childViews.erase(childViews.begin() + static_cast<std::ptrdiff_t>(i));
+            return;
+        }
+}
+
 } // namespace TavrelScenarioTemplateDb

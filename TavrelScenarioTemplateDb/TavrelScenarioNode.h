@@ -59,6 +59,10 @@ public:
 
     /// Whether getId() would equal `id`, without composing the id.
     virtual bool hasId(const std::string& id) const;
+    /// Drops the child node that views `subSection`, with all below it, before
+    /// the section goes: a node never outlives the section it reads. Nothing
+    /// when no child views it.
+    void forgetSubSection(const cfg::Section* subSection);
 
 private:
     /// Appends a child node; `view` is the same node when it is one of ours, so

@@ -5,6 +5,7 @@
 #include <TavrelScenarioTemplateDb/TavrelVariadicParameter.h>
 
 #include <ScenarioTemplateDb/Exception.h>
+#include <ScenarioTemplateDb/ScenarioNode.h>
 #include <ScenarioTemplateDb/ScenarioParameter.h>
 #include <environment/SheetCfg/Sections.h>
 
@@ -300,20 +301,41 @@ TEST_F(ScenarioVariadics, ATargetWithAMissingStepStopsTheLoadButKeepsWhatWasRead
     EXPECT_EQ(scenario->getName(), "variadics");
 }
 
+// Reads every node and parameter of the tree: a node left on a removed
+// section would read freed memory here.
+size_t walk(const ScenarioTemplateDb::ScenarioNode& node) {
+    size_t count = 1;
+    std::vector<ScenarioTemplateDb::ScenarioParameter*> parameters;
+    node.getParameters(parameters);
+    for (const auto* parameter : parameters)
+        count += parameter->getName().size() > 0;
+    std::vector<ScenarioTemplateDb::ScenarioNode*> children;
+    if (node.getChildNumber() != 0)
+        node.getChildren(children);
+    for (const auto* child : children)
+        count += walk(*child);
+    return count;
+}
+
 TEST_F(ScenarioVariadics, RemoveAndClear) {
     auto scenario = open();
     scenario->removeVariadicParameter(2); // beyond the end: nothing
     ASSERT_EQ(scenario->getVariadicParameterNumber(), 2u);
+    const size_t before = walk(*scenario->getRootScenarioNode());
     scenario->removeVariadicParameter(0);
     ASSERT_EQ(scenario->getVariadicParameterNumber(), 1u);
     EXPECT_EQ(scenario->getVariadicParameter(0)->getName(), "weather");
+    // The node of the removed section and its typed section and range are gone.
+    EXPECT_EQ(walk(*scenario->getRootScenarioNode()), before - 10);
     scenario->save();
     auto reopened = open();
     ASSERT_EQ(reopened->getVariadicParameterNumber(), 1u);
     EXPECT_EQ(reopened->getVariadicParameter(0)->getName(), "weather");
 
+    const size_t withOne = walk(*reopened->getRootScenarioNode());
     reopened->clear();
     EXPECT_EQ(reopened->getVariadicParameterNumber(), 0u);
+    EXPECT_EQ(walk(*reopened->getRootScenarioNode()), withOne - 11); // 2 literals
     EXPECT_EQ(reopened->getName(), "variadics");
     EXPECT_EQ(reopened->getDescription(), "");
     reopened->save();
