@@ -19,12 +19,13 @@ using ScenarioTemplateDb::ScenarioParameter;
 
 namespace TavrelScenarioTemplateDb {
 
-ScriptNode::ScriptNode(cfg::ScenarioScript* script, ScenarioNode* parent) : parent(parent), script(script) {
+std::unique_ptr<ScenarioItem> ScriptNode::Parse(const cfg::ScenarioScript& script,
+                                                std::vector<ScenarioItem*>& variables) {
     // The terminating NUL counts: the reader stops on it.
-    ScenarioTextStream stream(script->text.c_str(), script->text.size() + 1);
+    ScenarioTextStream stream(script.text.c_str(), script.text.size() + 1);
     std::stringstream log;
     // The reader leaves the global log pointing at `log`, which dies with this
-    // constructor, however it ends: nothing may write there afterwards.
+    // function, however it ends: nothing may write there afterwards.
     struct ForgetLog {
         ~ForgetLog() { scenarioLog = nullptr; }
     } forgetLog;
@@ -33,19 +34,26 @@ ScriptNode::ScriptNode(cfg::ScenarioScript* script, ScenarioNode* parent) : pare
     try {
         root.reset(LoadScenarioText(stream, nullptr, &context, &log, false));
     } catch (const std::exception& e) {
-        throw Exception("Unable to parse script " + script->name + " :\n" + e.what() + "\n" + log.str(),
+        throw Exception("Unable to parse script " + script.name + " :\n" + e.what() + "\n" + log.str(),
                         ExceptionCodeGeneric);
     }
     if (!root)
-        throw Exception("Unable to parse script " + script->name + " :\n" + log.str(), ExceptionCodeGeneric);
-
-    std::vector<ScenarioItem*> variables;
-    root->CollectItemsOfKind(variables, ITEM_VARIABLE, true, true);
-    for (ScenarioItem* item : variables) {
+        throw Exception("Unable to parse script " + script.name + " :\n" + log.str(), ExceptionCodeGeneric);
+    std::vector<ScenarioItem*> all;
+    root->CollectItemsOfKind(all, ITEM_VARIABLE, true, true);
+    for (ScenarioItem* item : all) {
         // A variable that an included file brought along isn't this script's.
         const ScenarioItem* unit = FindOwningUnit(item);
-        if (unit != nullptr && unit->kind == ITEM_INCLUDE)
-            continue;
+        if (unit == nullptr || unit->kind != ITEM_INCLUDE)
+            variables.push_back(item);
+    }
+    return root;
+}
+
+ScriptNode::ScriptNode(cfg::ScenarioScript* script, ScenarioNode* parent) : parent(parent), script(script) {
+    std::vector<ScenarioItem*> variables;
+    const std::unique_ptr<ScenarioItem> root = Parse(*script, variables);
+    for (ScenarioItem* item : variables) {
         int64_t id = 0;
         try {
             id = std::stoll(item->name, nullptr, 10);

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+class ScenarioItem;
+
 namespace TavrelScenarioTemplateDb {
 
 /// The node of a script of a scenario. The script is parsed once, here, against
@@ -24,6 +26,12 @@ public:
     /// as the std::out_of_range of the conversion.
     ScriptNode(cfg::ScenarioScript* script, ScenarioTemplateDb::ScenarioNode* parent);
     ~ScriptNode() override;
+
+    /// Reads a script's text against the root model in force, as the node does,
+    /// and appends the script's own variables to `variables` (not those an
+    /// include brought along). Fails as the constructor does.
+    static std::unique_ptr<ScenarioItem> Parse(const cfg::ScenarioScript& script,
+                                               std::vector<ScenarioItem*>& variables);
 
     /// Whether a script gets a node: it has text, and its language is the
     /// model's ("nuro", which an empty scriptType means too).

@@ -657,23 +657,12 @@ void VariantWriter::write(const std::vector<VariantValue>& values, const std::st
 
     for (const auto& [section, variables] : scriptValues) {
         const auto* script = static_cast<const cfg::ScenarioScript*>(section);
-        // Read as the script node reads it, against the root model in force.
-        ScenarioTextStream stream(script->text.c_str(), script->text.size() + 1);
-        std::stringstream log;
-        struct ForgetLog {
-            ~ForgetLog() { scenarioLog = nullptr; }
-        } forgetLog;
-        ItemLoadContext context;
-        std::unique_ptr<ScenarioItem> root(LoadScenarioText(stream, nullptr, &context, &log, false));
-        if (!root)
-            throw Exception("Unable to parse script " + script->name + " :\n" + log.str(), ExceptionCodeGeneric);
         std::vector<ScenarioItem*> items;
-        root->CollectItemsOfKind(items, ITEM_VARIABLE, true, true);
+        const std::unique_ptr<ScenarioItem> root = ScriptNode::Parse(*script, items);
         size_t set = 0;
         for (ScenarioItem* item : items) {
-            const ScenarioItem* unit = FindOwningUnit(item);
             auto* variable = dynamic_cast<Variable*>(item);
-            if (variable == nullptr || (unit != nullptr && unit->kind == ITEM_INCLUDE))
+            if (variable == nullptr)
                 continue;
             const auto found = variables.find(std::strtoll(item->name.c_str(), nullptr, 10));
             if (found != variables.end()) {
@@ -683,16 +672,7 @@ void VariantWriter::write(const std::vector<VariantValue>& values, const std::st
         }
         if (set == 0)
             throw Exception("Unable to find the variables to set in script " + script->name, ExceptionCodeGeneric);
-        std::ostringstream text;
-        scenarioDepth = 0;
-        root->Save(text);
-        std::string crlf;
-        for (char c : text.str()) {
-            if (c == '\n')
-                crlf.push_back('\r');
-            crlf.push_back(c);
-        }
-        edits.scriptTexts[section] = std::move(crlf);
+        edits.scriptTexts[section] = ScenarioText(*root);
     }
 
     if (!file->save(path.c_str(), Commons::Encoding::Utf8, false, edits))

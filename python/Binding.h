@@ -5,6 +5,7 @@
 
 #include <TavrelScenarioTemplateDb/TavrelDatabaseDriver.h>
 #include <TavrelScenarioTemplateDb/TavrelScenario.h>
+#include "ScenarioContent.h"
 #include <environment/lmkUtils/AssertAbort.h>
 
 #include <nlohmann/json.hpp>
@@ -146,8 +147,7 @@ struct VariadicRef {
 /// loaders' warnings as RuntimeWarning; a script that doesn't load as Error.
 py::object checkResult(const tavrel::CheckReport& report);
 
-/// The interface's name of a parameter type: boolean, integer, real, literal.
-const char* typeName(int type);
+using tavrel::typeName;
 
 void bindDatabase(py::module_& module);
 void bindTemplate(py::module_& module);

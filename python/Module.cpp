@@ -138,20 +138,6 @@ std::string resolveInstallation(const std::optional<std::string>& given) {
     return TAVREL_SAMPLE_INSTALLATION;
 }
 
-const char* typeName(int type) {
-    switch (type) {
-    case ScenarioTemplateDb::ParameterTypeBoolean:
-        return "boolean";
-    case ScenarioTemplateDb::ParameterTypeLiteral:
-        return "literal";
-    case ScenarioTemplateDb::ParameterTypeInteger:
-        return "integer";
-    case ScenarioTemplateDb::ParameterTypeReal:
-        return "real";
-    }
-    return "unknown";
-}
-
 } // namespace tavrel_python
 
 PYBIND11_MODULE(tavrel, module) {

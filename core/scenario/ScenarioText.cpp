@@ -462,7 +462,7 @@ ScenarioItem* LoadScenarioText(ScenarioTextStream& stream, ScenarioItem* parent,
     return ReadItem(stream, parent, context, headerOnly);
 }
 
-bool SaveScenarioFile(ScenarioItem& item, const std::string& path) {
+std::string ScenarioText(ScenarioItem& item) {
     std::ostringstream text;
     scenarioDepth = 0;
     item.Save(text);
@@ -472,7 +472,11 @@ bool SaveScenarioFile(ScenarioItem& item, const std::string& path) {
             crlf.push_back('\r');
         crlf.push_back(c);
     }
-    return Commons::FileUtils::ReplaceFile(path, crlf);
+    return crlf;
+}
+
+bool SaveScenarioFile(ScenarioItem& item, const std::string& path) {
+    return Commons::FileUtils::ReplaceFile(path, ScenarioText(item));
 }
 
 ScenarioItem* LoadScenarioFile(const char* path, std::ostream* log, bool headerOnly) {

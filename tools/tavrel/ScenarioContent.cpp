@@ -36,6 +36,9 @@ const char* typeName(const ScenarioParameter& parameter) {
     return "unknown";
 }
 
+
+} // namespace
+
 const char* typeName(ScenarioTemplateDb::ParameterType type) {
     switch (type) {
     case ScenarioTemplateDb::ParameterTypeBoolean:
@@ -49,8 +52,6 @@ const char* typeName(ScenarioTemplateDb::ParameterType type) {
     }
     return "unknown";
 }
-
-} // namespace
 
 json describeParameter(const ScenarioParameter& parameter) {
     json entry{{"id", parameter.getParameterId()},

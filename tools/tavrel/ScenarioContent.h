@@ -1,5 +1,7 @@
 #pragma once
 
+#include <ScenarioTemplateDb/ParameterType.h>
+
 #include <nlohmann/json.hpp>
 
 #include <iosfwd>
@@ -30,6 +32,8 @@ std::unique_ptr<TavrelScenarioTemplateDb::TavrelScenario> openScenarioFile(const
 /// (full id, type, unit, value) and children. A value that can't be shown
 /// becomes an "error" member. Throws what the tree's construction throws.
 nlohmann::ordered_json describeNodeTree(const ScenarioTemplateDb::Scenario& scenario);
+/// "boolean", "literal", "integer" or "real" ("unknown" for another value).
+const char* typeName(ScenarioTemplateDb::ParameterType type);
 /// One parameter: full id, type, unit and value ("error" when the value can't
 /// be read; a type the interface doesn't read by its file's word, "exposed": false).
 nlohmann::ordered_json describeParameter(const ScenarioTemplateDb::ScenarioParameter& parameter);

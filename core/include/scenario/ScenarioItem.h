@@ -352,6 +352,8 @@ ScenarioItem* LoadScenarioFile(const char* path, std::ostream* log, bool headerO
 /// nameless header needs to be read back). The file is replaced all or nothing:
 /// false, with the old file untouched, when it can't be written.
 bool SaveScenarioFile(ScenarioItem& item, const std::string& path);
+/// The text SaveScenarioFile writes.
+std::string ScenarioText(ScenarioItem& item);
 /// Reads one item from text in memory under `parent`. Returns it, or null.
 ScenarioItem* LoadScenarioText(ScenarioTextStream& stream, ScenarioItem* parent, ItemLoadContext* context,
                                std::ostream* log, bool headerOnly);
