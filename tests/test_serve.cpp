@@ -207,6 +207,7 @@ TEST_F(Serve, ErrorsHaveTheirStatusAndJson) {
         {editing, "POST", "/api/variadic/clear", "{}", {}, 403, "edit token"},
         {editing, "POST", "/api/variadic/clear", "{}", {{"X-Tavrel-Token", "0123"}}, 403, "edit token"},
         {editing, "GET", "/api/browse", "", {{"Origin", "http://evil.example"}}, 403, "another origin"},
+        {editing, "GET", "/api/browse", "", {{"Host", "evil.example:80"}}, 403, "another host"},
         {editing, "POST", "/api/variadic/clear", big, {{"X-Tavrel-Token", editing->token}}, 413, "over 65536 bytes"},
         {editing, "POST", "/api/variadic/clear", "x", {{"X-Tavrel-Token", editing->token}, {"Content-Type", "text/plain"}}, 415, "application/json"},
         {editing, "POST", "/api/variadic/clear", "[1,", {{"X-Tavrel-Token", editing->token}}, 400, "not a JSON object"},
@@ -358,7 +359,12 @@ TEST_F(Serve, EightReadersKeepUpWithoutErrorOrGrowth) {
     const double p99 = latencies[latencies.size() * 99 / 100];
     std::printf("load: %zu requests in %d s, %.0f requests/s, p99 %.2f ms, resident %ld -> %ld kB\n",
                 latencies.size(), seconds, latencies.size() / double(seconds), p99, before, after);
+#ifndef __SANITIZE_ADDRESS__
     EXPECT_LT(after - before, 4096) << "the server grew under a steady load";
+#else
+    // The address sanitizer keeps freed memory in quarantine, so the resident
+    // size grows by design; its leak check at exit stands in for this one.
+#endif
 }
 
 } // namespace

@@ -153,7 +153,9 @@ std::string randomToken() {
 
 class Site {
 public:
-    Site(ServeOptions options) : options(std::move(options)), token(randomToken()) {}
+    Site(ServeOptions options, const Poco::Net::SocketAddress& address)
+        : options(std::move(options)), token(randomToken()), loopback(address.host().isLoopback()),
+          port(std::to_string(address.port())) {}
 
     void handle(Poco::Net::HTTPServerRequest& request, Poco::Net::HTTPServerResponse& response);
 
@@ -161,6 +163,15 @@ public:
     const std::string token;
 
 private:
+    /// Whether a request names this server as a loopback server is named. A
+    /// page of another site whose name was made to point here (DNS rebinding)
+    /// names its own host.
+    bool isOwnHost(const std::string& host) const {
+        return !loopback || host == "127.0.0.1:" + port || host == "localhost:" + port || host == "[::1]:" + port;
+    }
+
+    const bool loopback;
+    const std::string port;
     struct Opened {
         std::shared_ptr<TavrelScenario> scenario;
         std::string configuration;
@@ -358,6 +369,8 @@ void sendJson(Poco::Net::HTTPServerResponse& response, HTTPResponse::HTTPStatus 
 
 void Site::handle(Poco::Net::HTTPServerRequest& request, Poco::Net::HTTPServerResponse& response) {
     try {
+        if (!isOwnHost(request.getHost()))
+            fail(HTTPResponse::HTTP_FORBIDDEN, "requests for another host are refused: " + request.getHost());
         // A page of another site may send requests here through the browser:
         // only this server's own pages may.
         if (request.has("Origin") && request.get("Origin") != "http://" + request.getHost())
@@ -491,8 +504,8 @@ void serve(const ServeOptions& options) {
     sigaddset(&signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 
-    Site site(options);
     Poco::Net::ServerSocket socket(Poco::Net::SocketAddress(options.bind, static_cast<Poco::UInt16>(options.port)));
+    Site site(options, socket.address());
     auto* parameters = new Poco::Net::HTTPServerParams;
     parameters->setMaxThreads(8);
     parameters->setMaxQueued(64);
