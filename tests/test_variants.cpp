@@ -9,6 +9,7 @@
 #include <TavrelScenarioTemplateDb/TavrelScenario.h>
 #include <TavrelScenarioTemplateDb/Variants.h>
 #include <environment/Commons/FileUtils.h>
+#include <environment/lmk/Units.h>
 
 #include <nlohmann/json.hpp>
 
@@ -18,6 +19,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <limits>
+#include <map>
 
 using namespace TavrelScenarioTemplateDb;
 using namespace testing_support;
@@ -302,6 +304,36 @@ TEST_F(Variants, EachTargetReadsBackItsValueInTheVariant) {
     TavrelScenario defaults("Main", "defaults.sce", folder);
     EXPECT_EQ(defaults.getParameterFromId("/sce/Scenario/Environment/speedLimit")->getValueAsString(), "50.000000");
     EXPECT_EQ(defaults.getParameterFromId("/sce/Scenario/Environment/duration")->getValueAsString(), "10");
+}
+
+TEST_F(Variants, EveryUnitConvertsWithinItsQuantity) {
+    // One real target per unit, stored with the first unit of its quantity,
+    // each set through a declaration in the unit itself.
+    std::string targets, declarations;
+    std::map<std::string, lmk::t_unit> firstOfQuantity;
+    for (int code = lmk::U_M; code < lmk::U_UNIT_COUNT; ++code) {
+        const auto unit = static_cast<lmk::t_unit>(code);
+        const lmk::t_unit stored = firstOfQuantity.emplace(lmk::toQuantity(unit), unit).first->second;
+        const std::string name = "u" + std::to_string(code);
+        targets += "<Parameter name=\"" + name + "\" type=\"real\" unit=\"" + lmk::toText(stored) + "\">0</Parameter>";
+        declarations += Declaration(name, name, lmk::toText(unit),
+                                    "<RealParameter default=\"0\"><RealRange minimum=\"0\" maximum=\"10\"/></RealParameter>");
+    }
+    std::string text = kTargets;
+    text.replace(text.find("<Environment>") + 13, 0, targets);
+    text.replace(text.find("DECLARATIONS"), 12, declarations);
+    installation.write("scenarios/units.sce", text);
+    TavrelScenario templ("Main", "units.sce", folder);
+    const VariantWriter writer(templ);
+    writer.write(std::vector<VariantValue>(writer.getDomains().size(), 7.0), folder + "/units_7.sce");
+
+    TavrelScenario variant("Main", "units_7.sce", folder);
+    for (const VariantDomain& domain : writer.getDomains()) {
+        const auto* target = variant.getParameterFromId(domain.parameterId);
+        // Read in the target's unit, then seen in the declaration's.
+        const double stored = lmk::convToSI(lmk::toTUnit(target->getParameterUnit().c_str()), target->getRealValue());
+        EXPECT_NEAR(lmk::convToUnit(lmk::toTUnit(domain.unit.c_str()), stored), 7.0, 1e-12) << domain.unit;
+    }
 }
 
 TEST_F(Variants, RefusedValuesWriteNothing) {
