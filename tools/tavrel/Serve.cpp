@@ -57,6 +57,7 @@ namespace tavrel {
 namespace {
 
 constexpr size_t kMaxBody = 64 * 1024;
+constexpr size_t kMaxDrained = 4 * 1024 * 1024;
 
 struct ServeOptions {
     std::string installation;
@@ -404,15 +405,21 @@ void Site::handle(Poco::Net::HTTPServerRequest& request, Poco::Net::HTTPServerRe
                 fail(HTTPResponse::HTTP_FORBIDDEN, "a write needs the edit token printed at start (X-Tavrel-Token)");
             if (request.getContentType().rfind("application/json", 0) != 0)
                 fail(HTTPResponse::HTTP_UNSUPPORTED_MEDIA_TYPE, "a write sends application/json");
-            if (request.hasContentLength() && request.getContentLength64() > static_cast<Poco::Int64>(kMaxBody))
+            // A client that sends its whole body before it reads the answer
+            // would find the connection closed under it: a body up to a bound
+            // is read and dropped first, so that it gets the answer.
+            auto tooLarge = [&] {
+                request.stream().ignore(static_cast<std::streamsize>(kMaxDrained));
                 fail(HTTPResponse::HTTP_REQUEST_ENTITY_TOO_LARGE,
                      "the request body is over " + std::to_string(kMaxBody) + " bytes");
+            };
+            if (request.hasContentLength() && request.getContentLength64() > static_cast<Poco::Int64>(kMaxBody))
+                tooLarge();
             std::string text(kMaxBody + 1, '\0');
             request.stream().read(&text[0], static_cast<std::streamsize>(text.size()));
             text.resize(static_cast<size_t>(request.stream().gcount()));
             if (text.size() > kMaxBody)
-                fail(HTTPResponse::HTTP_REQUEST_ENTITY_TOO_LARGE,
-                     "the request body is over " + std::to_string(kMaxBody) + " bytes");
+                tooLarge();
             const json body = json::parse(text, nullptr, false);
             if (body.is_discarded() || !body.is_object())
                 fail(HTTPResponse::HTTP_BAD_REQUEST, "the request body is not a JSON object");
