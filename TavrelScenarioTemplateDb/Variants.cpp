@@ -100,9 +100,8 @@ uint64_t domainGridSize(const VariantDomain& domain, unsigned steps) {
     case ScenarioTemplateDb::ParameterTypeBoolean:
         return 2;
     case ScenarioTemplateDb::ParameterTypeInteger:
+        // Counted, not listed: a range may hold billions.
         return distinctIntegers(domain.integerRanges);
-    case ScenarioTemplateDb::ParameterTypeReal:
-        return domain.gridValues(steps).size();
     default:
         return domain.gridValues(steps).size();
     }
@@ -179,15 +178,16 @@ std::vector<VariantValue> VariantDomain::gridValues(unsigned steps) const {
         values = {false, true};
         break;
     case ScenarioTemplateDb::ParameterTypeInteger:
-        // Ranges rarely overlap: a set only for the values seen, checked in order.
-        for (const auto& range : integerRanges) {
-            for (int64_t v = range.first; range.first <= range.second; ++v) {
-                const bool seen = std::any_of(integerRanges.begin(), integerRanges.begin() + (&range - &integerRanges[0]),
-                                              [&](const auto& r) { return r.first <= v && v <= r.second; });
+        for (size_t r = 0; r < integerRanges.size(); ++r) {
+            const auto [low, high] = integerRanges[r];
+            for (int64_t v = low; v <= high; ++v) {
+                // A value that an earlier range holds is in already.
+                const bool seen = std::any_of(integerRanges.begin(), integerRanges.begin() + static_cast<ptrdiff_t>(r),
+                                              [&](const auto& earlier) { return earlier.first <= v && v <= earlier.second; });
                 if (!seen)
                     values.emplace_back(v);
-                if (v == range.second)
-                    break;
+                if (v == high)
+                    break; // no step past the largest integer
             }
         }
         break;
